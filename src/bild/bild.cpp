@@ -1,0 +1,173 @@
+#include "bild/bild.h"
+
+#include <algorithm>
+#include <cstring>
+#include <memory>
+#include <new>
+#include <utility>
+
+#include "bild/groesse.h"
+
+namespace {
+
+// More rows than this would make the row table alone exceed 256 MiB, which
+// no real image needs; such a request fails like an exhausted allocator
+// instead of touching gigabytes of table for a hostile header.
+constexpr int64_t kMaxZeilen = int64_t(1) << 25;
+
+unsigned char** neue_tabelle(int64_t zeilen) {
+    if (zeilen < 0) throw std::bad_array_new_length();
+    if (zeilen > kMaxZeilen) throw std::bad_alloc();
+    return new unsigned char*[size_t(zeilen)]();
+}
+
+// Fit [start, start + size) into [0, limit): move, do not cut, unless wider.
+void passe_ein(int& start_feld, int& groesse_feld, int limit) {
+    int64_t start = start_feld, size = groesse_feld, end = start + size;
+    if (start < 0) {
+        start = 0;
+        end = size;
+    }
+    if (end > limit) {
+        start = int64_t(limit) - size;
+        end = limit;
+        if (start < 0) {
+            start_feld = 0;
+            groesse_feld = limit;
+            return;
+        }
+    }
+    start_feld = int(start);
+    groesse_feld = int(end - start);
+}
+
+}  // namespace
+
+void CTeilbereich::testteilx(int limit) { passe_ein(links, breite, limit); }
+void CTeilbereich::testteily(int limit) { passe_ein(oben, hoehe, limit); }
+
+void CTeilbereich::setzteilbild(int w, int h, int x, int y, int width, int height) {
+    links = x;
+    oben = y;
+    breite = width;
+    hoehe = height;
+    testteilx(w);
+    testteily(h);
+}
+
+CBILD::CBILD(int width, int height)
+    : zeile(nullptr), breite(0), hoehe(0), bpp(1), flag(0), info{0, 0, 0, 0}, farbe32(0),
+      palette{}, puffer(nullptr), puffergroesse(0), zusatz(0) {
+    if (height > 0) {
+        if (width < 1) {
+            // Row-table-only image: the caller points the entries at its memory.
+            palette[0] = 0;
+            zeile = neue_tabelle(height);
+            hoehe = height;
+        } else {
+            speicher(width, height, 1);
+        }
+    }
+}
+
+CBILD::CBILD(const CBILD& src) : CBILD(0, 0) { setzen(&src); }
+
+CBILD::~CBILD() { freigeben(); }
+
+void CBILD::freigeben() {
+    delete[] puffer;
+    delete[] zeile;
+    puffer = nullptr;
+    zeile = nullptr;
+    puffergroesse = 0;
+    hoehe = 0;
+    breite = 0;
+    palette[0] = 0;
+}
+
+void CBILD::speichfrei() { freigeben(); }
+
+int CBILD::speicher(int width, int height, int bytesPerPixel) {
+    if (width == breite && height == hoehe && bytesPerPixel == bpp) return 1;
+    freigeben();
+    bpp = bytesPerPixel;
+    if (height < 1) return 0;
+    // A zero-width request succeeds with an empty image, unlike the
+    // constructor, which keeps a row table.
+    if (width < 1) return 1;
+
+    uint64_t groesse = 0;
+    if (!bild::produkt_passt(height, width, bytesPerPixel, UINT32_MAX, &groesse))
+        throw std::bad_alloc();
+    std::unique_ptr<unsigned char*[]> tabelle(neue_tabelle(height));
+    puffer = new unsigned char[size_t(groesse)];
+    zeile = tabelle.release();
+    const size_t stride = size_t(width) * size_t(bytesPerPixel);
+    for (int y = 0; y < height; ++y) zeile[y] = puffer + size_t(y) * stride;
+    puffergroesse = uint32_t(groesse);
+    hoehe = height;
+    breite = width;
+    return 1;
+}
+
+int CBILD::speicher(int width, int height) { return speicher(width, height, 1); }
+
+int CBILD::speicher1(int height) {
+    freigeben();
+    zeile = neue_tabelle(height);
+    hoehe = height;
+    return 1;
+}
+
+CBILD& CBILD::operator=(const CBILD& src) {
+    setzen(&src);
+    return *this;
+}
+
+void CBILD::setzen(const CBILD* src) {
+    if (src == this) return;
+    if (!src) {
+        freigeben();
+        return;
+    }
+    speicher(src->breite, src->hoehe, src->bpp);
+    flag = src->flag;
+    // Rows are reached through the source's table, so a source whose rows
+    // lie in external memory is compacted into this image's one buffer.
+    if (src->breite != 0 && src->hoehe > 0 && zeile) {
+        const size_t n = size_t(src->breite) * size_t(src->bpp);
+        for (int y = 0; y < src->hoehe; ++y) std::memcpy(zeile[y], src->zeile[y], n);
+    }
+    std::copy(src->palette, src->palette + 256, palette);
+    palette[255] = 0;
+    std::copy(src->info, src->info + 4, info);
+    farbe32 = src->farbe32;
+    zusatz = src->zusatz;
+}
+
+int CBILD::testImage(CBILD* image) {
+    if (!image || image->breite < 1 || image->hoehe < 1) return 0;
+    return (image->bpp == 3 || image->bpp == 6) ? 2 : 1;
+}
+
+void bildtausch(CBILD* a, CBILD* b) {
+    using std::swap;
+    swap(a->zeile, b->zeile);
+    swap(a->breite, b->breite);
+    swap(a->hoehe, b->hoehe);
+    swap(a->bpp, b->bpp);
+    swap(a->flag, b->flag);
+    swap(a->info, b->info);
+    swap(a->farbe32, b->farbe32);
+    swap(a->palette, b->palette);
+    swap(a->puffer, b->puffer);
+    swap(a->puffergroesse, b->puffergroesse);
+    swap(a->zusatz, b->zusatz);
+}
+
+void bildrename(CBILD* a, CBILD* b) {
+    if (a == b) return;
+    bildtausch(a, b);
+    // a now holds b's former storage: release it, keep b's former fields.
+    a->speichfrei();
+}

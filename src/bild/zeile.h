@@ -1,0 +1,14 @@
+// Colour line conversion: one row of three-sample pixels between interleaved
+// (either order) and planar layouts. Never allocates, never fails; nothing
+// happens for n below 1.
+#pragma once
+
+// mode 0: interleaved, first and third sample swapped
+// mode 3: planar -> interleaved          mode 4: planar -> interleaved, reversed
+// mode 1: interleaved -> planar          mode 2 (and any other): -> planar, reversed
+void wandelzeile8(int mode, unsigned char* src, int n, void* dst);
+void wandelzeile16(int mode, unsigned short* src, int n, void* dst);
+
+// 4-byte pixels (or, with flag 1, a planar row) to 3n interleaved bytes.
+// flag 0 and 1 come out reversed, any other flag (4 among them) as stored.
+void wandelzeile8b(int flag, unsigned char* src, int n, unsigned char* dst);

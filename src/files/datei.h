@@ -1,0 +1,36 @@
+// A FILE* that closes itself. Format classes keep one as their file handle:
+// the numbered close step calls schliessen() and reports its result, and the
+// destructor is the fallback for early returns.
+#pragma once
+#include <cstdio>
+
+namespace bild {
+
+class Datei {
+public:
+    Datei() = default;
+    ~Datei() { schliessen(); }
+    Datei(const Datei&) = delete;
+    Datei& operator=(const Datei&) = delete;
+
+    void setzen(FILE* f) { schliessen(); f_ = f; }
+    FILE* get() const { return f_; }
+    explicit operator bool() const { return f_ != nullptr; }
+
+    // Closes when open; false only when fclose itself failed.
+    bool schliessen() {
+        if (!f_) return true;
+        int r = std::fclose(f_);
+        f_ = nullptr;
+        return r == 0;
+    }
+
+    // fread/fwrite of exactly n bytes; true when all of them moved.
+    bool lies(void* p, size_t n) { return n == 0 || std::fread(p, 1, n, f_) == n; }
+    bool schreib(const void* p, size_t n) { return n == 0 || std::fwrite(p, 1, n, f_) == n; }
+
+private:
+    FILE* f_ = nullptr;
+};
+
+}  // namespace bild

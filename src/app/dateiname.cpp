@@ -1,5 +1,7 @@
 #include "app/dateiname.h"
 
+#include <sys/stat.h>
+
 #include <cstring>
 #include <cwchar>
 #include <string>
@@ -89,7 +91,14 @@ FILE* wfopen1(const wchar_t* name, const wchar_t* mode) {
     if (!name || !mode) return nullptr;
     std::string n, m;
     if (!utf8(name, n) || !utf8(mode, m)) return nullptr;
-    return std::fopen(n.c_str(), m.c_str());
+    FILE* f = std::fopen(n.c_str(), m.c_str());
+    // Linux opens a folder for reading; a folder is no image file.
+    struct stat st;
+    if (f && ::fstat(fileno(f), &st) == 0 && S_ISDIR(st.st_mode)) {
+        std::fclose(f);
+        return nullptr;
+    }
+    return f;
 }
 
 int excel(char* text) { return komma(text); }

@@ -18,7 +18,8 @@ int stricmp1(const char* a, const char* b);
 
 // Opens a file named by a wide string, converted to UTF-8. A name holding a
 // value with no UTF-8 form (negative, a surrogate, above 0x10FFFF) opens
-// nothing and gives null; this never throws.
+// nothing and gives null; this never throws. A folder opens as nothing
+// too (null), as it does on every platform the format classes came from.
 FILE* wfopen1(const wchar_t* name, const wchar_t* mode);
 
 // Replace every '.' by ',' in place; always 0.

@@ -1,0 +1,54 @@
+// CBmp: Windows bitmap files. The reader takes the pixel bytes as stored: it
+// applies no colour table, decompresses nothing and checks no signature.
+#pragma once
+#include <cstdint>
+#include <memory>
+
+#include "bild/bild.h"
+#include "files/datei.h"
+
+class CBmp {
+public:
+    CBmp();
+    ~CBmp();
+
+    // 0 success; 1 name null or empty; 2 the file cannot be opened; 3 a row
+    // read came back short, or closing failed.
+    int lesen(const wchar_t* name, CBILD* image);
+    int einbmp0(const wchar_t* name);  // open, headers, position at the pixels
+    int einbmp1(unsigned char* row);   // one stored row into `row`
+    int einbmp2();                     // close
+
+    // The writer arrives later; until then it refuses every image with 12.
+    int schreiben(const wchar_t* name, CBILD* image);
+    int schreibenteil(const wchar_t* name, CBILD* image, CTeilbereich* region);
+
+    void wandel32(unsigned int* src, int count, unsigned char* dst);
+    static int getshift32(unsigned int mask, int* shift);
+    static int tauschrb_a(unsigned char* src, unsigned char* dst, int count);
+    static int tauschrb_w(unsigned short* src, unsigned short* dst, int count);
+
+    void speicher(int size);
+    void speichfrei();
+    void speicher1(int count);
+    void speichfrei1();
+
+    bild::Datei datei;
+    int breite = 0;
+    int hoehe = 0;
+    int bpp = 1;
+    std::unique_ptr<unsigned char[]> puffer;  // work buffer
+    int puffergroesse = 0;
+    int bitcount = 0;
+    int planes = 0;
+    int compression = 0;
+    int stride = 0;
+    std::unique_ptr<unsigned int[]> puffer32;  // one row of 32-bit pixels
+    int puffer32anzahl = 0;
+    unsigned int rmask = 0xFF0000, gmask = 0xFF00, bmask = 0xFF;
+    int rshift = 16, gshift = 8, bshift = 0;
+
+private:
+    bool ueberspringe(int64_t n);
+    size_t puffer_kapazitaet_ = 0;
+};

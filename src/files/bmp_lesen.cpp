@@ -1,0 +1,261 @@
+// The BMP reader. Rows are read one at a time straight into the image; the
+// work buffer and the 32-bit row buffer are reused across rows.
+#include <algorithm>
+#include <climits>
+#include <cstring>
+
+#include "app/dateiname.h"
+#include "bild/bytes.h"
+#include "files/bmp.h"
+
+namespace {
+
+// Offsets in the 14-byte file header followed by the 40-byte info header.
+constexpr int kDateiKopf = 14, kInfoKopf = 40, kKopf = kDateiKopf + kInfoKopf;
+constexpr int kOffsetDaten = 10, kOffsetBreite = 18, kOffsetHoehe = 22, kOffsetPlanes = 26,
+              kOffsetBits = 28, kOffsetKompression = 30;
+constexpr int kBlock = 1024;
+
+// Bytes per pixel of the image a bit count fills.
+int bpp_von(int bitcount) {
+    switch (bitcount) {
+        case 16: return 2;
+        case 24: return 3;
+        case 32: return 3;
+        case 48: return 6;
+        default: return 1;  // below 8 unpacked to bytes; 8 and the rest copied
+    }
+}
+
+// Bytes of one stored row that land in the image unchanged (bit counts of 8
+// and above other than 32).
+int gespeichert_von(int bitcount) {
+    switch (bitcount) {
+        case 16: return 2;
+        case 24: return 3;
+        case 48: return 6;
+        default: return 1;
+    }
+}
+
+}  // namespace
+
+CBmp::CBmp() = default;
+CBmp::~CBmp() = default;
+
+void CBmp::speicher(int size) {
+    if (size > 0 && size != puffergroesse) {
+        puffer.reset(new unsigned char[size_t(size)]());
+        puffergroesse = size;
+        puffer_kapazitaet_ = size_t(size);
+    }
+}
+
+void CBmp::speichfrei() {
+    puffer.reset();
+    puffergroesse = 0;
+    puffer_kapazitaet_ = 0;
+}
+
+void CBmp::speicher1(int count) {
+    if (count > 0 && count != puffer32anzahl) {
+        // The work buffer goes with every resize of the row buffer; the next
+        // header read brings it back when needed.
+        speichfrei();
+        puffer32anzahl = count;
+        puffer32.reset(new unsigned int[size_t(count)]());
+    }
+}
+
+void CBmp::speichfrei1() {
+    puffer32.reset();
+    puffer32anzahl = 0;
+}
+
+int CBmp::getshift32(unsigned int mask, int* shift) {
+    if (mask == 0) {
+        *shift = 0;
+        return 32;
+    }
+    int s = 0;
+    while (!(mask & 1u)) {
+        mask >>= 1;
+        ++s;
+    }
+    *shift = s;
+    return s;
+}
+
+void CBmp::wandel32(unsigned int* src, int count, unsigned char* dst) {
+    // Shift without masking first: with masks narrower than a byte the
+    // neighbouring channel's bits stay in the high part of each byte.
+    for (int i = 0; i < count; ++i) {
+        const unsigned int p = src[i];
+        dst[3 * i] = (unsigned char)(p >> bshift);
+        dst[3 * i + 1] = (unsigned char)(p >> gshift);
+        dst[3 * i + 2] = (unsigned char)(p >> rshift);
+    }
+}
+
+int CBmp::tauschrb_a(unsigned char* src, unsigned char* dst, int count) {
+    if (count < 1) return 0;
+    for (int i = 0; i < count; ++i) {
+        const unsigned char r = src[3 * i];
+        dst[3 * i + 1] = src[3 * i + 1];
+        dst[3 * i] = src[3 * i + 2];
+        dst[3 * i + 2] = r;
+    }
+    return 3 * count;
+}
+
+int CBmp::tauschrb_w(unsigned short* src, unsigned short* dst, int count) {
+    if (count < 1) return 0;
+    for (int i = 0; i < count; ++i) {
+        const unsigned short r = src[3 * i];
+        dst[3 * i + 1] = src[3 * i + 1];
+        dst[3 * i] = src[3 * i + 2];
+        dst[3 * i + 2] = r;
+    }
+    return 3 * count;
+}
+
+bool CBmp::ueberspringe(int64_t n) {
+    if (puffergroesse < 1) speicher(kBlock);
+    bool ok = true;
+    while (n > 0) {
+        const size_t teil = size_t(std::min<int64_t>(n, puffergroesse));
+        if (!datei.lies(puffer.get(), teil)) ok = false;
+        n -= int64_t(teil);
+        if (!ok) break;  // at the end of the file nothing more can come
+    }
+    return ok;
+}
+
+int CBmp::einbmp0(const wchar_t* name) {
+    datei.schliessen();
+    if (!name || !*name) return 1;
+    datei.setzen(wfopen1(name, L"rb"));
+    if (!datei) return 2;
+
+    // Short header reads are not reported: the fields keep the zeros.
+    unsigned char kopf[kKopf] = {};
+    datei.lies(kopf, kDateiKopf);
+    datei.lies(kopf + kDateiKopf, kInfoKopf);
+    const uint32_t datenoffset = bild::le32(kopf + kOffsetDaten);
+    breite = int32_t(bild::le32(kopf + kOffsetBreite));
+    hoehe = int32_t(bild::le32(kopf + kOffsetHoehe));
+    compression = int32_t(bild::le32(kopf + kOffsetKompression));
+    planes = bild::le16(kopf + kOffsetPlanes);
+    bitcount = bild::le16(kopf + kOffsetBits);
+    bpp = bpp_von(bitcount);
+
+    // The stride mask is sixteen bits wide: strides of 64 KiB and more wrap.
+    // Images from this reader have always done so; it is kept.
+    stride = int(((int64_t(breite) * bitcount + 7) / 8 + 3) & 0xFFFC);
+
+    speicher(bitcount < 8 ? std::max(stride, kBlock) : kBlock);
+    if (bitcount == 4 && breite > 0) {
+        // Unpacking reads width/2 + 1 source bytes, which a wrapped stride
+        // may not cover: give the buffer room (zeros) beyond its stated size.
+        const size_t noetig = size_t(breite) / 2 + 1;
+        if (noetig > puffer_kapazitaet_) {
+            puffer.reset(new unsigned char[noetig]());
+            puffer_kapazitaet_ = noetig;
+        }
+    }
+
+    const int64_t skip = int64_t(datenoffset) - kKopf;
+    if (skip > 0) {
+        if (puffergroesse <= skip) {
+            // Whole blocks: the last block read stays in the buffer, and the
+            // colour masks are taken from its start.
+            for (int64_t rest = skip; rest > 0; rest -= kBlock)
+                if (std::fread(puffer.get(), 1, kBlock, datei.get()) == 0) break;
+        } else {
+            datei.lies(puffer.get(), size_t(skip));
+        }
+    }
+
+    if (bitcount == 32) {
+        rmask = 0xFF0000;
+        gmask = 0xFF00;
+        bmask = 0xFF;
+        if (compression == 3) {
+            rmask = bild::le32(puffer.get());
+            gmask = bild::le32(puffer.get() + 4);
+            bmask = bild::le32(puffer.get() + 8);
+        }
+    }
+    getshift32(bmask, &bshift);
+    getshift32(gmask, &gshift);
+    getshift32(rmask, &rshift);
+    std::fseek(datei.get(), long(datenoffset), SEEK_SET);
+    return 0;
+}
+
+int CBmp::einbmp1(unsigned char* row) {
+    int result = 0;
+    if (bitcount == 32) {
+        speicher1(breite);
+        const size_t n = size_t(std::max(breite, 0));
+        if (!datei.lies(puffer32.get(), 4 * n)) result = 3;
+        auto* bytes = reinterpret_cast<unsigned char*>(puffer32.get());
+        for (size_t i = 0; i < n; ++i) puffer32[i] = bild::le32(bytes + 4 * i);
+        wandel32(puffer32.get(), breite, row);
+        if (stride > 4 * breite && !ueberspringe(stride - 4 * breite)) result = 3;
+        return result;
+    }
+    if (bitcount < 8) {
+        if (!datei.lies(puffer.get(), size_t(stride))) result = 3;
+        const unsigned char* src = puffer.get();
+        if (bitcount == 4) {
+            const int paare = breite / 2;
+            for (int k = 0; k < paare; ++k) {
+                row[2 * k] = src[k] & 0xF0;
+                row[2 * k + 1] = (unsigned char)(src[k] << 4);
+            }
+            if (breite & 1) row[breite - 1] = src[paare] & 0xF0;
+        } else if (bitcount == 1 && stride >= 1) {
+            // Set bits read as 254, not 255: images from this reader have
+            // always looked that way and downstream thresholds depend on it.
+            int x = 0;
+            for (int s = 0; s < stride && x < breite; ++s)
+                for (int bit = 7; bit >= 0 && x < breite; --bit) row[x++] = ((src[s] >> bit) & 1) ? 254 : 0;
+        }
+        return result;
+    }
+    const int64_t anzahl = int64_t(breite) * gespeichert_von(bitcount);
+    if (!datei.lies(row, size_t(anzahl))) result = 3;
+    if (stride > anzahl && !ueberspringe(stride - anzahl)) result = 3;
+    return result;
+}
+
+int CBmp::einbmp2() {
+    return datei.schliessen() ? 0 : 3;
+}
+
+int CBmp::lesen(const wchar_t* name, CBILD* image) {
+    if (!name || !*name) return 1;
+    int result = einbmp0(name);
+    if (result != 0) return result;
+
+    const bool topdown = hoehe < 0;
+    if (topdown) hoehe = int(0u - unsigned(hoehe));  // INT_MIN stays negative: no rows
+    image->speicher(breite, hoehe, bpp);
+    image->flag = 0;
+    if (hoehe > 0 && breite < 0) {
+        result = 3;  // a negative width has no rows to read into
+    } else if (hoehe > 0) {
+        unsigned char leer = 0;  // width 0: rows of no bytes, nothing lands
+        for (int i = 0; i < hoehe && result == 0; ++i) {
+            const int y = topdown ? i : hoehe - 1 - i;
+            result = einbmp1(breite > 0 ? image->zeile[y] : &leer);
+        }
+    }
+    if (einbmp2() != 0) result = 3;
+    return result;
+}
+
+// The writer arrives later.
+int CBmp::schreiben(const wchar_t*, CBILD*) { return 12; }
+int CBmp::schreibenteil(const wchar_t*, CBILD*, CTeilbereich*) { return 12; }

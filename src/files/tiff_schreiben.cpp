@@ -1,0 +1,243 @@
+// The TIFF writer. Its layout is fixed: header, 16 entries, the strip tables
+// (only for more than one strip), the two resolutions, then the rows.
+#include <algorithm>
+#include <cstring>
+
+#include "app/dateiname.h"
+#include "bild/bytes.h"
+#include "bild/groesse.h"
+#include "bild/zeile.h"
+#include "files/tiff.h"
+
+namespace {
+
+constexpr int kZeilenProStreifen = 20;
+constexpr uint32_t kKopf = 8, kEintraege = 16;
+// Header, entry count, entries, next-directory offset: the out-of-line
+// values start here.
+constexpr uint32_t kNachVerzeichnis = kKopf + 2 + 12 * kEintraege + 4;  // 206
+
+struct Tiefe {
+    int bpp;
+    uint16_t bits, samples, photometric;
+    uint32_t maxwert;
+};
+// 12 bytes per pixel is never written (refused earlier) but belongs to the
+// family of depths the directory can describe.
+constexpr Tiefe kTiefen[] = {
+    {1, 8, 1, 1, 255},  {2, 16, 1, 1, 65535}, {3, 8, 3, 2, 255},
+    {4, 32, 1, 1, 4294967295u}, {6, 16, 3, 2, 65535}, {12, 32, 3, 2, 4294967295u},
+};
+
+const Tiefe* tiefe_von(int bpp) {
+    for (const Tiefe& t : kTiefen)
+        if (t.bpp == bpp) return &t;
+    return nullptr;
+}
+
+bool schreibbar(const CBILD* image) {
+    return image && image->breite >= 1 && image->hoehe >= 1 && image->zeile &&
+           (image->bpp == 1 || image->bpp == 2 || image->bpp == 3 || image->bpp == 4 || image->bpp == 6);
+}
+
+constexpr uint16_t kShort = 3, kLong = 4, kRational = 5;
+
+void eintrag(unsigned char*& p, uint16_t tag, uint16_t typ, uint32_t anzahl, uint32_t wert) {
+    bild::put_le16(p, tag);
+    bild::put_le16(p + 2, typ);
+    bild::put_le32(p + 4, anzahl);
+    bild::put_le32(p + 8, wert);  // a SHORT sits in the first two bytes, the rest 0
+    p += 12;
+}
+
+// Planar source: three planes of `ebene` samples; output interleaved with
+// the third plane first.
+template <typename T>
+void ebenen_rueckwaerts(const T* __restrict src, size_t ebene, size_t n, T* __restrict dst) {
+    for (size_t i = 0; i < n; ++i) {
+        dst[3 * i] = src[2 * ebene + i];
+        dst[3 * i + 1] = src[ebene + i];
+        dst[3 * i + 2] = src[i];
+    }
+}
+
+}  // namespace
+
+int CTiff::schreiben(const wchar_t* name, CBILD* image) { return schreibenteil(name, image, nullptr); }
+
+int CTiff::schreibenteil(const wchar_t* name, CBILD* image, CTeilbereich* region) {
+    if (!schreibbar(image)) return 12;
+    int x = 0, y = 0, w = image->breite, h = image->hoehe;
+    if (region) {
+        region->testteilx(image->breite);
+        region->testteily(image->hoehe);
+        x = region->links;
+        y = region->oben;
+        w = region->breite;
+        h = region->hoehe;
+        // A region of no pixels (its own width or height below 1) has nothing
+        // a TIFF can describe.
+        if (w < 1 || h < 1) return 12;
+    }
+    // Classic TIFF addresses 32 bits: the pixel data must end below 4 GiB.
+    uint64_t pixel = 0;
+    const uint64_t streifen = uint64_t(h - 1) / kZeilenProStreifen + 1;
+    if (!bild::produkt_passt(w, h, image->bpp, UINT32_MAX - 222 - 8 * streifen, &pixel)) return 12;
+
+    int result = austiff0(image, name, x, y, w, h);
+    if (result == 0) result = austiff1(image);
+    if (austiff2() != 0) result = 4;
+    return result;
+}
+
+void CTiff::startausgabe(CBILD* image, int x, int y, int width, int height) {
+    const Tiefe& t = *tiefe_von(image->bpp);
+    startx_ = x;
+    starty_ = y;
+    breite_ = width;
+    hoehe_ = height;
+    bitspersample_ = t.bits;
+    samplesperpixel_ = t.samples;
+    photometric_ = t.photometric;
+    maxsample_ = t.maxwert;
+    minsample_ = 0;
+    planar_ = 1;
+    resunit_ = 1;
+    xres_z_ = xres_n_ = yres_z_ = yres_n_ = 1024;
+    rowsperstrip_ = kZeilenProStreifen;
+
+    const int n = (height - 1) / kZeilenProStreifen + 1;
+    if (n != streifen_) {
+        streifenoffset_.assign(size_t(n), 0);
+        streifenlaenge_.assign(size_t(n), 0);
+        streifen_ = n;
+    }
+    const uint64_t zeile = uint64_t(width) * uint64_t(image->bpp);
+    const uint64_t groesse = zeile * kZeilenProStreifen;
+    const uint64_t gesamt = zeile * uint64_t(height);
+    for (int i = 0; i < n; ++i) {
+        const uint64_t offset = uint64_t(i) * groesse;
+        streifenoffset_[size_t(i)] = uint32_t(offset);
+        streifenlaenge_[size_t(i)] = uint32_t(offset + groesse > gesamt ? gesamt - offset : groesse);
+    }
+}
+
+int CTiff::austiff0(CBILD* image, const wchar_t* name, int x, int y, int width, int height) {
+    if (!name || !*name) return 1;
+    datei_.setzen(wfopen1(name, L"wb"));
+    if (!datei_) return 2;
+    startausgabe(image, x, y, width, height);
+
+    const uint32_t n = uint32_t(streifen_);
+    const uint32_t tabellen = n > 1 ? 8 * n : 0;
+    const uint32_t aufloesung = kNachVerzeichnis + tabellen;
+    // The pixel data start at 222 + 8n when the tables are written and at 222
+    // for a single strip, yet every offset gets 222 + 8n: a single-strip file
+    // states its strip 8 bytes past where its rows begin. Readers of our own
+    // files rely on exactly this layout, so it stays.
+    for (uint32_t& o : streifenoffset_) o += 222 + 8 * n;
+
+    std::vector<unsigned char> kopf(aufloesung + 16);
+    unsigned char* p = kopf.data();
+    std::memcpy(p, "II", 2);
+    bild::put_le16(p + 2, 42);
+    bild::put_le32(p + 4, kKopf);
+    bild::put_le16(p + 8, kEintraege);
+    p += 10;
+    eintrag(p, 254, kLong, 1, 0);
+    eintrag(p, 256, kLong, 1, uint32_t(breite_));
+    eintrag(p, 257, kLong, 1, uint32_t(hoehe_));
+    eintrag(p, 258, kShort, 1, bitspersample_);
+    eintrag(p, 259, kShort, 1, 1);
+    eintrag(p, 262, kShort, 1, photometric_);
+    eintrag(p, 273, kLong, n, n == 1 ? streifenoffset_[0] : kNachVerzeichnis);
+    eintrag(p, 277, kShort, 1, uint32_t(samplesperpixel_));
+    eintrag(p, 278, kLong, 1, uint32_t(rowsperstrip_));
+    eintrag(p, 279, kLong, n, n == 1 ? streifenlaenge_[0] : kNachVerzeichnis + 4 * n);
+    eintrag(p, 280, kShort, 1, minsample_);
+    eintrag(p, 281, bitspersample_ == 32 ? kLong : kShort, 1, maxsample_);
+    eintrag(p, 282, kRational, 1, aufloesung);
+    eintrag(p, 283, kRational, 1, aufloesung + 8);
+    eintrag(p, 284, kShort, 1, uint32_t(planar_));
+    eintrag(p, 296, kShort, 1, uint32_t(resunit_));
+    bild::put_le32(p, 0);  // no further directory
+    p += 4;
+    if (n > 1) {
+        for (uint32_t o : streifenoffset_) { bild::put_le32(p, o); p += 4; }
+        for (uint32_t l : streifenlaenge_) { bild::put_le32(p, l); p += 4; }
+    }
+    bild::put_le32(p, xres_z_);
+    bild::put_le32(p + 4, xres_n_);
+    bild::put_le32(p + 8, yres_z_);
+    bild::put_le32(p + 12, yres_n_);
+    return datei_.schreib(kopf.data(), kopf.size()) ? 0 : 4;
+}
+
+int CTiff::austiff1(CBILD* image) {
+    const int bpp = image->bpp;
+    const size_t zeile = size_t(breite_) * size_t(bpp);
+    const size_t links = size_t(startx_) * size_t(bpp);
+    if (bpp == 1 || bpp == 2 || bpp == 4) {
+        // Samples go out as stored; rows that follow each other in memory
+        // go out in one write. Short writes are not reported for these
+        // depths: a failing disk shows when the file is closed.
+        const unsigned char* lauf = nullptr;
+        size_t laenge = 0;
+        for (int i = 0; i < hoehe_; ++i) {
+            const unsigned char* z = image->zeile[starty_ + i] + links;
+            if (lauf && z == lauf + laenge) {
+                laenge += zeile;
+                continue;
+            }
+            if (lauf) datei_.schreib(lauf, laenge);
+            lauf = z;
+            laenge = zeile;
+        }
+        if (lauf) datei_.schreib(lauf, laenge);
+        return 0;
+    }
+    if (bpp != 3 && bpp != 6) return 0;
+
+    // Colour rows are converted into a block of rows and written together.
+    const size_t zeilen_pro_block = std::max<size_t>(1, (size_t(1) << 20) / zeile);
+    std::vector<unsigned char> block(zeile * std::min<size_t>(zeilen_pro_block, size_t(hoehe_)));
+    const size_t w = size_t(breite_), ebene = size_t(image->breite);
+    int result = 0;
+    size_t gefuellt = 0;
+    for (int i = 0; i < hoehe_; ++i) {
+        unsigned char* src = image->zeile[starty_ + i];
+        unsigned char* dst = block.data() + gefuellt;
+        if (image->flag == 4) {
+            std::memcpy(dst, src + links, zeile);
+        } else if (bpp == 3) {
+            if (image->flag == 0)
+                wandelzeile8(0, src + links, breite_, dst);
+            else
+                ebenen_rueckwaerts(src + startx_, ebene, w, dst);
+        } else {
+            auto* s16 = reinterpret_cast<unsigned short*>(src);
+            auto* d16 = reinterpret_cast<unsigned short*>(dst);
+            if (image->flag == 0)
+                wandelzeile16(0, s16 + 3 * size_t(startx_), breite_, d16);
+            else
+                ebenen_rueckwaerts(s16 + startx_, ebene, w, d16);
+        }
+        gefuellt += zeile;
+        if (gefuellt == block.size() || i == hoehe_ - 1) {
+            if (!datei_.schreib(block.data(), gefuellt)) result = 4;
+            gefuellt = 0;
+        }
+    }
+    return result;
+}
+
+int CTiff::austiff2() {
+    const bool ok = datei_.schliessen();
+    streifenoffset_.clear();
+    streifenlaenge_.clear();
+    streifen_ = 0;
+    return ok ? 0 : 4;
+}
+
+// The reader arrives later; until then no TIFF file is read.
+int CTiff::lesen(const wchar_t*, CBILD*) { return 12; }

@@ -1,0 +1,138 @@
+// The converter end to end: result lines, output names, a batch that goes on.
+#include <sstream>
+
+#include "bildlib.h"
+#include "hilfe.h"
+
+namespace {
+
+class Konverter : public Ordner {
+protected:
+    // Runs bildconv inside the scratch folder with the given arguments.
+    std::string konvertiere(const std::string& args, int* status = nullptr) {
+        return laufe("cd '" + dir + "' && '" BILDCONV_PATH "' " + args + " 2>&1", status);
+    }
+};
+
+Bytes bmp24(int breite, int hoehe) {
+    BmpBau b;
+    b.bits = 24;
+    b.breite = breite;
+    b.hoehe = hoehe;
+    std::vector<Bytes> zeilen;
+    for (int y = 0; y < hoehe; ++y) {
+        Bytes z(size_t(b.stride()), 0);
+        for (int x = 0; x < breite; ++x) {
+            z[size_t(3 * x)] = uint8_t(x);          // blue
+            z[size_t(3 * x + 1)] = uint8_t(y);      // green
+            z[size_t(3 * x + 2)] = uint8_t(x + y);  // red
+        }
+        zeilen.push_back(z);
+    }
+    return b.bau(zeilen);
+}
+
+}  // namespace
+
+TEST_F(Konverter, NoArgumentsPrintNothing) {
+    int status = -1;
+    EXPECT_EQ(konvertiere("", &status), "");
+    EXPECT_EQ(status, 0);
+}
+
+TEST_F(Konverter, BatchGoesOnAndPrintsOneLinePerArgument) {
+    schreib_datei(pfad("photo.bmp"), bmp24(5, 3));
+    Bytes kurz = bmp24(5, 3);
+    kurz.resize(kurz.size() - 4);
+    schreib_datei(pfad("kurz.bmp"), kurz);
+    Bytes flach = bmp24(5, 3);
+    put32(flach, 22, 0);  // height 0: read, but nothing to store
+    schreib_datei(pfad("flach.bmp"), flach);
+    Bytes riesig = bmp24(5, 3);
+    put32(riesig, 18, 100000);
+    put32(riesig, 22, 100000);  // more than the 32-bit buffer size
+    schreib_datei(pfad("riesig.bmp"), riesig);
+    schreib_datei(pfad("notes.txt"), Bytes{1, 2, 3});
+    schreib_datei(pfad("x.jpg"), Bytes{1, 2, 3});
+    schreib_datei(pfad("f\xc3\xa4.bmp"), bmp24(2, 2));
+    ASSERT_EQ(::mkdir(pfad("ordner.bmp").c_str(), 0755), 0);
+    schreib_datei(pfad("last.BMP"), bmp24(1, 1));
+
+    int status = -1;
+    const std::string out = konvertiere(
+        "photo.bmp kurz.bmp flach.bmp riesig.bmp notes.txt x.jpg fehlt.bmp ordner.bmp "
+        "f\xc3\xa4.bmp noext '' last.BMP",
+        &status);
+    EXPECT_EQ(status, 0);
+    EXPECT_EQ(out,
+              "Convert photo.bmp: OK\n"
+              "Convert kurz.bmp: Error reading image\n"
+              "Convert flach.bmp: Failed to store output file\n"
+              "Convert riesig.bmp: Error reading image\n"
+              "Convert notes.txt: Error reading image\n"
+              "Convert x.jpg: Error reading image\n"
+              "Convert fehlt.bmp: Error reading image\n"
+              "Convert ordner.bmp: Error reading image\n"
+              "Convert f\xc3\xa4.bmp: Error reading image\n"
+              "Convert noext: Error reading image\n"
+              "Convert : Error reading image\n"
+              "Convert last.BMP: OK\n");
+    EXPECT_TRUE(existiert(pfad("photo.bmp.tif")));
+    EXPECT_TRUE(existiert(pfad("last.BMP.tif")));
+    EXPECT_FALSE(existiert(pfad("kurz.bmp.tif")));
+    EXPECT_FALSE(existiert(pfad("flach.bmp.tif")));
+    EXPECT_EQ(lies_datei(pfad("kurz.bmp")), kurz);  // inputs untouched
+
+    // The output is the rows in red-green-blue order after the 222-byte head.
+    Bytes t = lies_datei(pfad("photo.bmp.tif"));
+    ASSERT_EQ(t.size(), 222u + 45);
+    EXPECT_EQ(Bytes(t.begin() + 222, t.begin() + 228), (Bytes{0, 0, 0, 1, 0, 1}));
+    EXPECT_EQ(Bytes(t.begin() + 222 + 30, t.begin() + 222 + 33), (Bytes{2, 2, 0}));
+}
+
+TEST_F(Konverter, OutputNameAlwaysGetsTifAppended) {
+    schreib_datei(pfad("a.bmp"), bmp24(2, 2));
+    konvertiere("a.bmp");
+    const Bytes erstes = lies_datei(pfad("a.bmp.tif"));
+    ASSERT_FALSE(erstes.empty());
+    // A .tif input is written to .tif.tif and never overwritten.
+    EXPECT_EQ(konvertiere("a.bmp.tif"), "Convert a.bmp.tif: Error reading image\n");
+    EXPECT_EQ(lies_datei(pfad("a.bmp.tif")), erstes);
+    // The output name is an existing folder: the write fails, the batch goes on.
+    ASSERT_EQ(::mkdir(pfad("b.bmp.tif").c_str(), 0755), 0);
+    schreib_datei(pfad("b.bmp"), bmp24(2, 2));
+    EXPECT_EQ(konvertiere("b.bmp a.bmp"), "Convert b.bmp: Failed to store output file\nConvert a.bmp: OK\n");
+    // A full disk shows when the file is closed.
+    ASSERT_EQ(::symlink("/dev/full", pfad("c.bmp.tif").c_str()), 0);
+    schreib_datei(pfad("c.bmp"), bmp24(2, 2));
+    EXPECT_EQ(konvertiere("c.bmp"), "Convert c.bmp: Failed to store output file\n");
+}
+
+TEST_F(Konverter, LibtiffReadsTheSamePixels) {
+    if (laufe("command -v tiffinfo").empty()) GTEST_SKIP() << "tiffinfo (libtiff-tools) not installed";
+    schreib_datei(pfad("gross.bmp"), bmp24(7, 45));
+    ASSERT_EQ(konvertiere("gross.bmp"), "Convert gross.bmp: OK\n");
+    int status = -1;
+    const std::string info = laufe("tiffinfo -d '" + pfad("gross.bmp.tif") + "' 2>&1", &status);
+    ASSERT_EQ(status, 0) << info;
+    // Collect the hex bytes of the strips libtiff decoded.
+    std::istringstream in(info);
+    std::string zeile;
+    Bytes pixel;
+    bool daten = false;
+    while (std::getline(in, zeile)) {
+        if (zeile.rfind("Strip ", 0) == 0) { daten = true; continue; }
+        if (!daten || zeile.empty() || zeile[0] != ' ') continue;
+        std::istringstream z(zeile);
+        std::string hex;
+        while (z >> hex) pixel.push_back(uint8_t(std::stoul(hex, nullptr, 16)));
+    }
+    ASSERT_EQ(pixel.size(), size_t(7 * 45 * 3));
+    for (int y = 0; y < 45; ++y)
+        for (int x = 0; x < 7; ++x) {
+            const size_t i = size_t(3 * (7 * y + x));
+            EXPECT_EQ(pixel[i], uint8_t(x + y));
+            EXPECT_EQ(pixel[i + 1], uint8_t(y));
+            EXPECT_EQ(pixel[i + 2], uint8_t(x));
+        }
+}

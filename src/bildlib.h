@@ -5,3 +5,6 @@
 #include "app/dateiname.h"
 #include "bild/bild.h"
 #include "bild/zeile.h"
+#include "analysis/kurve.h"
+#include "analysis/logkurve.h"
+#include "analysis/profil.h"

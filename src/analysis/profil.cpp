@@ -23,7 +23,8 @@ struct Auswahl {
 template <typename T, int S>
 void lies1(const unsigned char* zeile, const Auswahl& a, uint32_t* werte) {
     const T* p = reinterpret_cast<const T*>(zeile) + a.start[0];
-    for (int i = 0; i < a.n; ++i) werte[i] = p[size_t(i) * S];
+    const int n = a.n;  // a local bound: the stores could otherwise alias a.n
+    for (int i = 0; i < n; ++i) werte[i] = p[size_t(i) * S];
 }
 
 // The sum of three samples per pixel. Three 16-bit samples stay far below
@@ -34,7 +35,8 @@ void lies3(const unsigned char* zeile, const Auswahl& a, uint32_t* werte) {
     const T* p0 = s + a.start[0];
     const T* p1 = s + a.start[1];
     const T* p2 = s + a.start[2];
-    for (int i = 0; i < a.n; ++i) {
+    const int n = a.n;
+    for (int i = 0; i < n; ++i) {
         const size_t j = size_t(i) * S;
         werte[i] = uint32_t(p0[j]) + p1[j] + p2[j];
     }

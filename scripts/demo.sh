@@ -4,7 +4,7 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 BILD_SKIP_OPTIONAL=1 bash scripts/setup.sh
-cmake -S . -B build -DBILD_TESTS=OFF
+cmake -S . -B build
 cmake --build build -j"$(nproc)" --target bildconv
 rm -rf build/demo && mkdir -p build/demo
 find examples -maxdepth 1 -type f ! -name '*.cpp' ! -name '*.md' -exec cp {} build/demo/ \;

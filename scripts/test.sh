@@ -6,6 +6,6 @@ cd "$(dirname "$0")/.."
 bash scripts/setup.sh
 build=${BUILD_DIR:-build}
 # shellcheck disable=SC2086
-cmake -S . -B "$build" ${CMAKE_ARGS:-}
+cmake -S . -B "$build" -DBILD_TESTS=ON ${CMAKE_ARGS:-}
 cmake --build "$build" -j"$(nproc)"
 ctest --test-dir "$build" --output-on-failure -j"$(nproc)"

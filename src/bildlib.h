@@ -2,6 +2,9 @@
 // installed include/bild folder) to reach every class and free function.
 #pragma once
 
+#include "analysis/kurve.h"
+#include "analysis/logkurve.h"
+#include "analysis/profil.h"
 #include "app/dateiname.h"
 #include "bild/bild.h"
 #include "bild/zeile.h"

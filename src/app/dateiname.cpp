@@ -46,7 +46,17 @@ int testtyp(const C* name, const C* const* table, int count) {
     return -1;
 }
 
-// UTF-8 of a wide string; false when a value has no UTF-8 form.
+template <typename C>
+int komma(C* text) {
+    for (; text && *text; ++text)
+        if (*text == C('.')) *text = C(',');
+    return 0;
+}
+
+}  // namespace
+
+namespace bild {
+
 bool utf8(const wchar_t* s, std::string& out) {
     for (; *s; ++s) {
         long c = long(*s);
@@ -70,14 +80,7 @@ bool utf8(const wchar_t* s, std::string& out) {
     return true;
 }
 
-template <typename C>
-int komma(C* text) {
-    for (; text && *text; ++text)
-        if (*text == C('.')) *text = C(',');
-    return 0;
-}
-
-}  // namespace
+}  // namespace bild
 
 int testimagetypew(const wchar_t* name) { return testtyp(name, kTypW, 8); }
 int testimagetypea(const char* name) { return testtyp(name, kTypA, 8); }
@@ -90,7 +93,7 @@ int stricmp1(const char* a, const char* b) { return vergleiche(a, b); }
 FILE* wfopen1(const wchar_t* name, const wchar_t* mode) {
     if (!name || !mode) return nullptr;
     std::string n, m;
-    if (!utf8(name, n) || !utf8(mode, m)) return nullptr;
+    if (!bild::utf8(name, n) || !bild::utf8(mode, m)) return nullptr;
     FILE* f = std::fopen(n.c_str(), m.c_str());
     // Linux opens a folder for reading; a folder is no image file.
     struct stat st;

@@ -2,6 +2,7 @@
 // classes, case-insensitive comparison, opening by wide (32-bit) name.
 #pragma once
 #include <cstdio>
+#include <string>
 
 // Index of the name's extension (from its last '.') in the image table
 // .bia .tif .tiff .bmp .bir .raw .jpg .jpeg, ignoring case; -1 for none.
@@ -28,3 +29,10 @@ int wexcel(wchar_t* text);
 
 // Number of binary digits: 0 for 0, else the highest set bit's index + 1.
 int getstellen(unsigned int value);
+
+namespace bild {
+// Appends the UTF-8 form of a wide string to out; false when a value has no
+// UTF-8 form (negative, a surrogate, above 0x10FFFF), out then holds the
+// characters before it.
+bool utf8(const wchar_t* s, std::string& out);
+}  // namespace bild

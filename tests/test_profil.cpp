@@ -1,0 +1,168 @@
+// Row and column sums and mean values against a direct double loop over
+// every depth and colour layout.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <vector>
+
+#include "bildlib.h"
+
+namespace {
+
+struct Art {
+    int bpp, flag, farbe32;
+};
+
+void fuelle(CBILD& b, const Art& art, int w, int h, uint32_t saat) {
+    ASSERT_EQ(b.speicher(w, h, art.bpp), 1);
+    b.flag = art.flag;
+    b.farbe32 = art.farbe32;
+    for (uint32_t i = 0; i < b.puffergroesse; ++i) {
+        saat = saat * 1103515245u + 12345u;
+        b.puffer[i] = (unsigned char)(saat >> 16);
+    }
+}
+
+// Pixel value built byte by byte: the gray sample, colour sample c (0 red,
+// 1 green, 2 blue) or the sum of the three for c = -1.
+double wert(const CBILD& b, int x, int y, int c) {
+    const bool farbe = b.bpp == 3 || b.bpp == 6 || (b.bpp == 4 && b.farbe32 == 256);
+    if (farbe && c < 0) return wert(b, x, y, 0) + wert(b, x, y, 1) + wert(b, x, y, 2);
+    const int size = !farbe ? b.bpp : b.bpp == 6 ? 2 : 1;
+    const int s = b.flag == 4 ? c : 2 - c;  // stored blue first unless order 4
+    size_t index = size_t(x);
+    if (farbe) index = (b.flag == 0 || b.flag == 4) ? size_t(x * (b.bpp / size) + s) : size_t(s * b.breite + x);
+    double v = 0;
+    for (int i = size - 1; i >= 0; --i) v = v * 256 + b.zeile[y][index * size_t(size) + size_t(i)];
+    return v;
+}
+
+void pruefe(const CBILD& b, int kanal, CTeilbereich* region) {
+    CKurve zeilen, spalten;
+    double mittel = -1, lo = -1, hi = -1;
+    ASSERT_EQ(profilsummen(&b, &zeilen, &spalten, kanal, region), 1);
+    const CTeilbereich r = region ? *region : CTeilbereich(0, 0, b.breite, b.hoehe);
+    ASSERT_EQ(mittelwert(&b, &mittel, &lo, &hi, kanal, region), 1);
+
+    std::vector<double> zs(size_t(r.hoehe)), ss(size_t(r.breite));
+    double summe = 0, rlo = 1e300, rhi = -1;
+    for (int y = 0; y < r.hoehe; ++y)
+        for (int x = 0; x < r.breite; ++x) {
+            const double v = wert(b, r.links + x, r.oben + y, kanal);
+            zs[size_t(y)] += v;
+            ss[size_t(x)] += v;
+            summe += v;
+            rlo = std::min(rlo, v);
+            rhi = std::max(rhi, v);
+        }
+    ASSERT_EQ(zeilen.anzahl, r.hoehe);
+    ASSERT_EQ(spalten.anzahl, r.breite);
+    for (int y = 0; y < r.hoehe; ++y) {
+        EXPECT_EQ(zeilen.x[y], r.oben + y);
+        EXPECT_EQ(zeilen.y[y], zs[size_t(y)]) << "row " << y;
+    }
+    for (int x = 0; x < r.breite; ++x) {
+        EXPECT_EQ(spalten.x[x], r.links + x);
+        EXPECT_EQ(spalten.y[x], ss[size_t(x)]) << "column " << x;
+    }
+    EXPECT_DOUBLE_EQ(mittel, summe / (double(r.breite) * r.hoehe));
+    EXPECT_EQ(lo, rlo);
+    EXPECT_EQ(hi, rhi);
+}
+
+}  // namespace
+
+TEST(Profil, EveryDepthLayoutAndChannelMatchesDirectLoop) {
+    // Gray (also with a stray flag), colour interleaved in both orders and planar.
+    const Art arten[] = {{1, 0, 0}, {2, 0, 0}, {4, 0, 0}, {2, 7, 0}, {3, 0, 0}, {3, 4, 0}, {3, 1, 0},
+                         {6, 0, 0}, {6, 4, 0}, {6, 1, 0}, {4, 0, 256}, {4, 4, 256}, {4, 7, 256}};
+    const int groessen[][2] = {{1, 1}, {3, 21}, {37, 23}, {1, 20}};
+    uint32_t saat = 1;
+    for (const Art& art : arten)
+        for (const auto& g : groessen) {
+            CBILD b;
+            fuelle(b, art, g[0], g[1], saat++);
+            for (int kanal = -1; kanal <= 2; ++kanal) {
+                SCOPED_TRACE(testing::Message() << "bpp " << art.bpp << " flag " << art.flag << " marker "
+                                                << art.farbe32 << " " << g[0] << "x" << g[1] << " kanal " << kanal);
+                pruefe(b, kanal, nullptr);
+                CTeilbereich teil(g[0] / 3, g[1] / 4, g[0] - g[0] / 2, g[1] - g[1] / 3);
+                pruefe(b, kanal, &teil);
+            }
+        }
+}
+
+TEST(Profil, ChannelsAreRedGreenBlueWhateverTheStorage) {
+    // Red 30, green 20, blue 10 in each layout; the fourth byte 200 never counts.
+    const struct {
+        Art art;
+        int breite;
+        unsigned char bytes[6];
+    } faelle[] = {{{3, 0, 0}, 1, {10, 20, 30}},
+                  {{3, 4, 0}, 1, {30, 20, 10}},
+                  {{3, 1, 0}, 2, {10, 11, 20, 21, 30, 31}},  // blue, green, red planes
+                  {{4, 0, 256}, 1, {10, 20, 30, 200}}};
+    for (const auto& f : faelle) {
+        CBILD b;
+        fuelle(b, f.art, f.breite, 1, 0);
+        std::copy(f.bytes, f.bytes + b.puffergroesse, b.puffer);
+        double v[4];  // largest value for kanal -1, 0, 1, 2
+        for (int kanal = -1; kanal <= 2; ++kanal) mittelwert(&b, nullptr, nullptr, &v[kanal + 1], kanal);
+        const double plus = f.breite - 1;  // the planar case's second pixel is one higher
+        EXPECT_EQ(v[0], 60 + 3 * plus);
+        EXPECT_EQ(v[1], 30 + plus);
+        EXPECT_EQ(v[2], 20 + plus);
+        EXPECT_EQ(v[3], 10 + plus);
+    }
+}
+
+TEST(Profil, SumsDoNotOverflow32Bits) {
+    CBILD breit, hoch, gray32;
+    breit.speicher(70000, 1, 2);
+    hoch.speicher(1, 70000, 2);
+    gray32.speicher(3, 2, 4);
+    for (CBILD* b : {&breit, &hoch, &gray32}) std::fill(b->puffer, b->puffer + b->puffergroesse, 0xFF);
+    CKurve k;
+    ASSERT_EQ(zeilensumme(&breit, &k), 1);
+    EXPECT_EQ(k.y[0], 70000.0 * 65535);
+    ASSERT_EQ(spaltensumme(&hoch, &k), 1);
+    EXPECT_EQ(k.y[0], 70000.0 * 65535);
+    ASSERT_EQ(zeilensumme(&gray32, &k), 1);
+    EXPECT_EQ(k.y[1], 3 * 4294967295.0);
+    double mittel = 0;
+    mittelwert(&gray32, &mittel, nullptr, nullptr);
+    EXPECT_EQ(mittel, 4294967295.0);
+}
+
+TEST(Profil, RegionFittedInPlaceAndRefusalsTouchNothing) {
+    CBILD b, leer, fuenf;
+    fuelle(b, {3, 0, 0}, 37, 23, 99);
+    fuelle(fuenf, {5, 0, 0}, 3, 3, 7);
+    CTeilbereich teil(-2, 30, 4, 5);  // left of and below the image: moved in
+    CKurve k;
+    ASSERT_EQ(zeilensumme(&b, &k, -1, &teil), 1);
+    EXPECT_EQ(teil.links, 0);
+    EXPECT_EQ(teil.oben, 18);
+    EXPECT_EQ(teil.breite, 4);
+    EXPECT_EQ(k.x[0], 18);
+    CTeilbereich zu_gross(5, 5, 100, 100);  // cut to the image
+    pruefe(b, -1, &zu_gross);
+    EXPECT_EQ(zu_gross.breite, 37);
+
+    double mittel = 5;
+    CTeilbereich neg(-1, -1, 2, 2), nichts(1, 1, 0, 2);
+    EXPECT_EQ(zeilensumme(nullptr, &k), 0);
+    EXPECT_EQ(spaltensumme(&leer, &k), 0);
+    EXPECT_EQ(zeilensumme(&fuenf, &k), 0);
+    EXPECT_EQ(zeilensumme(&b, &k, 3, &neg), 0);
+    EXPECT_EQ(neg.links, -1);  // refused before the region is fitted
+    EXPECT_EQ(spaltensumme(&b, &k, -1, &nichts), 0);
+    EXPECT_EQ(mittelwert(&b, &mittel, nullptr, nullptr, -2), 0);
+    EXPECT_EQ(k.anzahl, 5);
+    EXPECT_EQ(mittel, 5);
+
+    CBILD grau;
+    fuelle(grau, {1, 0, 0}, 3, 3, 8);
+    EXPECT_EQ(zeilensumme(&grau, &k, 7), 1);  // gray images ignore the channel
+}

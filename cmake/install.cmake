@@ -17,6 +17,7 @@ write_basic_package_version_file(${PROJECT_BINARY_DIR}/BildConfigVersion.cmake
 install(FILES ${PROJECT_BINARY_DIR}/BildConfig.cmake ${PROJECT_BINARY_DIR}/BildConfigVersion.cmake
         DESTINATION ${BILD_CMAKE_DIR})
 
+file(RELATIVE_PATH BILD_PC_UP "/p/${CMAKE_INSTALL_LIBDIR}/pkgconfig" "/p")
 configure_file(${PROJECT_SOURCE_DIR}/cmake/bild.pc.in ${PROJECT_BINARY_DIR}/bild.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/bild.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 

@@ -10,15 +10,15 @@
 
 namespace {
 
-// More rows than this would make the row table alone exceed 256 MiB, which
+// More rows than this would make the row table alone exceed 128 MiB, which
 // no real image needs; such a request fails like an exhausted allocator
 // instead of touching gigabytes of table for a hostile header.
-constexpr int64_t kMaxZeilen = int64_t(1) << 25;
+constexpr int64_t kMaxZeilen = int64_t(1) << 24;
 
 unsigned char** neue_tabelle(int64_t zeilen) {
     if (zeilen < 0) throw std::bad_array_new_length();
     if (zeilen > kMaxZeilen) throw std::bad_alloc();
-    return new unsigned char*[size_t(zeilen)]();
+    return new unsigned char*[size_t(zeilen)];
 }
 
 // Fit [start, start + size) into [0, limit): move, do not cut, unless wider.

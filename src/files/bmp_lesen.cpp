@@ -245,11 +245,13 @@ int CBmp::lesen(const wchar_t* name, CBILD* image) {
     image->flag = 0;
     if (hoehe > 0 && breite < 0) {
         result = 3;  // a negative width has no rows to read into
-    } else if (hoehe > 0) {
-        unsigned char leer = 0;  // width 0: rows of no bytes, nothing lands
+    } else if (hoehe > 0 && breite > 0 && !(stride == 0 && bitcount < 8 && bitcount != 4)) {
+        // Rows of 0 stored bytes that write no pixel (a width of 0, or a bit
+        // count below 8 whose stride is 0) leave nothing to do: the loop is
+        // skipped instead of spinning through millions of empty reads.
         for (int i = 0; i < hoehe && result == 0; ++i) {
             const int y = topdown ? i : hoehe - 1 - i;
-            result = einbmp1(breite > 0 ? image->zeile[y] : &leer);
+            result = einbmp1(image->zeile[y]);
         }
     }
     if (einbmp2() != 0) result = 3;

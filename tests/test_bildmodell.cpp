@@ -1,5 +1,6 @@
-// Image model: pixel values, row and pixel access, depth conversion,
-// sub-regions, display lines, gray images, external memory.
+// Image model: pixel values, row and pixel access, depth conversion, sub-regions,
+// display lines, gray images, caller memory. Regions outside or larger than the
+// image run under the sanitizer build too.
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -11,294 +12,269 @@
 
 namespace {
 
-// An image whose bytes follow a pattern that differs from row to row.
-void fuellen(CBILD& b, int w, int h, int bpp, int flag = 0, int farbe32 = 0) {
-    b.speicher(w, h, bpp);
-    b.flag = flag;
-    b.farbe32 = farbe32;
-    for (int y = 0; y < h; ++y)
-        for (int i = 0; i < w * bpp; ++i) b.zeile[y][i] = (unsigned char)(i * 7 + y * 13 + 3);
-}
+using W = std::vector<long long>;
 
-uint16_t* z16(CBILD& b, int y) { return reinterpret_cast<uint16_t*>(b.zeile[y]); }
-uint32_t* z32(CBILD& b, int y) { return reinterpret_cast<uint32_t*>(b.zeile[y]); }
+// A one-row image of the given samples, and the samples of a row back.
+template <typename T>
+CBILD zeile_aus(std::vector<T> werte, int bpp = int(sizeof(T))) {
+    CBILD b(0, 0);
+    b.speicher(int(werte.size() * sizeof(T)) / bpp, 1, bpp);
+    std::memcpy(b.puffer, werte.data(), b.puffergroesse);
+    return b;
+}
+W werte(const CBILD& b, int y = 0) {
+    W w;
+    const int groesse = b.bpp == 4 ? 4 : b.bpp % 2 ? 1 : 2;
+    for (int i = 0; i < b.breite * b.bpp / groesse; ++i) {
+        const unsigned char* p = b.zeile[y] + i * groesse;
+        w.push_back(groesse == 1 ? *p : groesse == 2 ? *(const uint16_t*)p : *(const uint32_t*)p);
+    }
+    return w;
+}
 
 }  // namespace
 
-TEST(Pixelwerte, FillAndMosaic) {
-    CBILD a(3, 3), b(0, 0), c(0, 0);
+TEST(Pixelwerte, FillMosaicAndMultadd) {
+    CBILD a(3, 3), flach(3, 1), w = zeile_aus<uint16_t>({0, 0});
+    unsigned v[4] = {1, 2, 3, 4}, gross[4] = {0x12345, 0x1ffff, 7, 8};
+    a.setzrawvalue(v);
+    flach.setzrawvalue(v);  // one row: the odd row has nowhere to go
+    w.setzrawvalue(gross);
+    EXPECT_EQ(W(a.puffer, a.puffer + 9), (W{1, 2, 1, 3, 4, 3, 1, 2, 1}));
+    EXPECT_EQ(werte(flach), (W{1, 2, 1}));
+    EXPECT_EQ(werte(w), (W{0x2345, 0xffff}));
     a.setzwert(4660);
     EXPECT_EQ(a.zeile[2][2], 52);
-    b.speicher(2, 2, 2);
-    b.setzwert(4660);
-    EXPECT_EQ(z16(b, 1)[1], 4660);
-    fuellen(c, 2, 2, 3);
-    CBILD c0(c);
-    c.setzwert(1);
-    EXPECT_EQ(0, std::memcmp(c.puffer, c0.puffer, 12));
 
-    unsigned v[4] = {1, 2, 3, 4};
-    a.setzrawvalue(v);
-    const unsigned char erwartet[9] = {1, 2, 1, 3, 4, 3, 1, 2, 1};
-    EXPECT_EQ(0, std::memcmp(a.puffer, erwartet, 9));
-    CBILD schmal(1, 3), flach(3, 1);
-    schmal.setzrawvalue(v);
-    EXPECT_EQ(std::vector<int>(schmal.puffer, schmal.puffer + 3), (std::vector<int>{1, 3, 1}));
-    flach.setzrawvalue(v);  // one row: the odd row has nowhere to go
-    EXPECT_EQ(std::vector<int>(flach.puffer, flach.puffer + 3), (std::vector<int>{1, 2, 1}));
-    unsigned gross[4] = {0x12345, 0x1ffff, 7, 8};
-    b.setzrawvalue(gross);
-    EXPECT_EQ(z16(b, 0)[0], 0x2345);
-    EXPECT_EQ(z16(b, 0)[1], 0xffff);
-    EXPECT_EQ(z16(b, 1)[1], 8);
+    struct Fall { double f, o; int s, soll; };
+    const Fall faelle[] = {{1, 0, 200, 200}, {0.5, 0, 1, 1},  {0.5, 0, 3, 2},      {2, 0, 127, 254}, {2, 0, 128, 255},
+                           {1, -10, 10, 0},  {1, -10, 11, 1}, {1, -0.5, 255, 255}, {NAN, 0, 9, 0},   {-1, 0, 3, 0}};
+    for (const Fall& f : faelle) {
+        CBILD c = zeile_aus<uint8_t>({0, 0, uint8_t(f.s)}, 3);  // every colour byte is mapped
+        c.multaddwert(f.f, f.o);
+        EXPECT_EQ(c.puffer[2], f.soll) << f.f << " " << f.o << " " << f.s;
+    }
+    CBILD s = zeile_aus<uint16_t>({32767, 32768, 2, 0, 0, 0}, 6), g = zeile_aus<uint32_t>({5});
+    s.multaddwert(2.0, 0.0);
+    EXPECT_EQ(werte(s), (W{65534, 65535, 4, 0, 0, 0}));
+    s.multaddwert(1.0, -3.6);  // 4 - 3.6 + 0.5 = 0.9
+    EXPECT_EQ(werte(s)[2], 0);
+    g.multaddwert(0.0, 0.0);
+    EXPECT_EQ(werte(g)[0], 5);
 }
 
-TEST(Pixelwerte, MultaddRoundsHalfUpAndClamps) {
-    CBILD a(256, 1);
-    auto abbild = [&](double f, double o, int s) {
-        for (int i = 0; i < 256; ++i) a.zeile[0][i] = (unsigned char)i;
-        a.multaddwert(f, o);
-        return int(a.zeile[0][s]);
-    };
-    EXPECT_EQ(abbild(1.0, 0.0, 200), 200);
-    EXPECT_EQ(abbild(0.5, 0.0, 1), 1);
-    EXPECT_EQ(abbild(0.5, 0.0, 3), 2);
-    EXPECT_EQ(abbild(2.0, 0.0, 127), 254);
-    EXPECT_EQ(abbild(2.0, 0.0, 128), 255);
-    EXPECT_EQ(abbild(2.0, 0.0, 200), 255);
-    EXPECT_EQ(abbild(1.0, -10.0, 5), 0);
-    EXPECT_EQ(abbild(1.0, -10.0, 10), 0);  // 0.5 truncates to 0
-    EXPECT_EQ(abbild(1.0, -10.0, 11), 1);
-    EXPECT_EQ(abbild(1.0, -0.5, 255), 255);  // t = 255.0 exactly
-    EXPECT_EQ(abbild(NAN, 0.0, 9), 0);
+TEST(Zugriff, RowsColumnsRawChannel) {
+    double d[3] = {-1, -1, -1};
+    zeile_aus<uint32_t>({4294967295u}).lesezeile(0, d);
+    zeile_aus<uint32_t>({7}).lesespalte(0, d + 1);  // 32-bit columns are not served
+    EXPECT_EQ(W(d, d + 2), (W{4294967295, -1}));
+    unsigned w[3] = {65537, 300, 256}, back[3];
+    CBILD s = zeile_aus<uint16_t>({0, 0, 0}), e = zeile_aus<uint8_t>({0, 0, 0});
+    s.setzzeile_uint(0, w);
+    e.setzzeile_uint(0, w);
+    s.lesezeile_uint(0, back);
+    EXPECT_EQ(W(back, back + 3), (W{1, 300, 256}));
+    EXPECT_EQ(werte(e), (W{1, 44, 0}));
 
-    CBILD w(0, 0);
-    w.speicher(3, 1, 2);
-    const uint16_t in[3] = {32767, 32768, 1};
-    std::memcpy(w.puffer, in, 6);
-    w.multaddwert(2.0, 0.0);
-    EXPECT_EQ(z16(w, 0)[0], 65534);
-    EXPECT_EQ(z16(w, 0)[1], 65535);
-    w.multaddwert(1.0, -0.6);  // 2 - 0.6 + 0.5 = 1.9
-    EXPECT_EQ(z16(w, 0)[2], 1);
-
-    CBILD farbe(0, 0), sechs(0, 0), vier(0, 0);
-    fuellen(farbe, 3, 2, 3);
-    farbe.multaddwert(0.0, 9.0);  // every byte of a colour pixel is mapped
-    for (unsigned i = 0; i < farbe.puffergroesse; ++i) EXPECT_EQ(farbe.puffer[i], 9);
-    sechs.speicher(1, 1, 6);
-    std::memset(sechs.puffer, 0, 6);
-    sechs.multaddwert(1.0, 1000.0);
-    EXPECT_EQ(z16(sechs, 0)[2], 1000);
-    fuellen(vier, 2, 2, 4);
-    CBILD vier0(vier);
-    vier.multaddwert(0.0, 0.0);
-    EXPECT_EQ(0, std::memcmp(vier.puffer, vier0.puffer, 16));
-}
-
-TEST(Zugriff, RowsColumnsAndTruncation) {
-    CBILD b(0, 0);
-    b.speicher(2, 2, 4);
-    z32(b, 1)[0] = 4294967295u;
-    z32(b, 1)[1] = 7;
-    double d[2] = {-1, -1};
-    b.lesezeile(1, d);
-    EXPECT_EQ(d[0], 4294967295.0);
-    double spalte[2] = {-1, -1};
-    b.lesespalte(0, spalte);  // 32-bit columns are not served
-    EXPECT_EQ(spalte[0], -1);
-
-    unsigned w[3] = {65537, 300, 256}, back[3] = {0, 0, 0};
-    b.speicher(3, 2, 2);
-    b.setzzeile_uint(1, w);
-    b.lesezeile_uint(1, back);
-    EXPECT_EQ(std::vector<unsigned>(back, back + 3), (std::vector<unsigned>{1, 300, 256}));
-    b.speicher(3, 2, 1);
-    b.setzzeile_uint(0, w);
-    b.setzzeile_uint(2, w);  // outside: nothing
-    b.lesezeile_uint(0, back);
-    EXPECT_EQ(std::vector<unsigned>(back, back + 3), (std::vector<unsigned>{1, 44, 0}));
-    b.zeile[1][2] = 9;
-    b.lesespalte(2, spalte);
-    EXPECT_EQ(spalte[0], 0);
-    EXPECT_EQ(spalte[1], 9);
-
-    CBILD farbe(0, 0);
-    fuellen(farbe, 2, 2, 3);
-    d[0] = -1;
-    farbe.lesezeile(0, d);
-    farbe.lesespalte(0, spalte);
-    EXPECT_EQ(d[0], -1);
-    EXPECT_EQ(spalte[0], 0);
-}
-
-TEST(Zugriff, RawChannel) {
-    CBILD src(0, 0), k(0, 0);
-    src.speicher(5, 5, 2);
-    for (int y = 0; y < 5; ++y)
-        for (int x = 0; x < 5; ++x) z16(src, y)[x] = uint16_t(1000 + 10 * y + x);
-    k.setzrohkanal(3, &src);
-    ASSERT_EQ(k.breite, 2);
+    CBILD m(0, 0), k(0, 0);
+    m.speicher(5, 5, 2);
+    for (int i = 0; i < 25; ++i) ((uint16_t*)m.puffer)[i] = uint16_t(1000 + 10 * (i / 5) + i % 5);
+    k.setzrohkanal(3, &m);
     ASSERT_EQ(k.hoehe, 2);
-    EXPECT_EQ(z16(k, 0)[0], 1011);
-    EXPECT_EQ(z16(k, 0)[1], 1013);
-    EXPECT_EQ(z16(k, 1)[0], 1031);
-    EXPECT_EQ(z16(k, 1)[1], 1033);
-    src.setzrohkanal(2, &src);  // from itself
-    EXPECT_EQ(z16(src, 1)[1], 1032);
-
-    CBILD acht(0, 0);
-    fuellen(acht, 3, 3, 1);
-    k.setzrohkanal(1, &acht);
-    EXPECT_EQ(k.zeile[0][0], acht.zeile[0][1]);
-    CBILD farbe(0, 0);
-    fuellen(farbe, 4, 4, 3);
-    k.setzrohkanal(0, &farbe);  // colour sources are left alone
-    EXPECT_EQ(k.breite, 1);
+    EXPECT_EQ(werte(k, 0), (W{1011, 1013}));
+    EXPECT_EQ(werte(k, 1), (W{1031, 1033}));
+    m.setzrohkanal(2, &m);  // from itself
+    EXPECT_EQ(werte(m, 1), (W{1030, 1032}));
 }
 
-TEST(Zugriff, GetrgbMasksOrdersAndQuirks) {
-    CBILD b(0, 0);
-    fuellen(b, 3, 2, 3, 0);
+TEST(Zugriff, GetrgbAndMinMaxQuirks) {
+    CBILD b = zeile_aus<uint8_t>({1, 2, 3, 4, 5, 6, 7, 8, 9}, 3);
     int r = -1, g = -1, bl = -1;
-    EXPECT_EQ(b.getrgb(-1, 0, &r, &g, &bl), 1);
-    EXPECT_EQ(b.getrgb(3, 2, &r, &g, &bl), 10);
-    EXPECT_EQ(b.getrgb(-1, -1, &r, &g, &bl), 5);
-    EXPECT_EQ(r, -1);
-    const unsigned char* p = b.zeile[1] + 3;
-    EXPECT_EQ(b.getrgb(1, 1, &r, &g, &bl), 0);
-    EXPECT_EQ(std::vector<int>({bl, g, r}), std::vector<int>(p, p + 3));
+    auto rgb = [&](const CBILD& bild, int x) { return bild.getrgb(x, 0, &r, &g, &bl) ? W{} : W{r, g, bl}; };
+    EXPECT_EQ(W({b.getrgb(-1, 0, &r, &g, &bl), b.getrgb(3, 1, &r, &g, &bl), b.getrgb(-1, -1, &r, &g, &bl), r}),
+              (W{1, 10, 5, -1}));
+    EXPECT_EQ(rgb(b, 1), (W{6, 5, 4}));
     b.flag = 4;
-    b.getrgb(1, 1, &r, &g, &bl);
-    EXPECT_EQ(std::vector<int>({r, g, bl}), std::vector<int>(p, p + 3));
-    b.flag = 1;  // planar: every x reads column 0
-    b.getrgb(2, 1, &r, &g, &bl);
-    EXPECT_EQ(std::vector<int>({bl, g, r}), (std::vector<int>{b.zeile[1][0], b.zeile[1][3], b.zeile[1][6]}));
-
-    CBILD s(0, 0);
-    fuellen(s, 2, 1, 6, 7);
-    s.getrgb(1, 0, &r, &g, &bl);
-    EXPECT_EQ(std::vector<int>({bl, g, r}), (std::vector<int>{z16(s, 0)[0], z16(s, 0)[2], z16(s, 0)[4]}));
-    s.flag = 0;
-    s.getrgb(1, 0, &r, &g, &bl);
-    EXPECT_EQ(r, z16(s, 0)[5]);
-
-    CBILD v(0, 0);
-    fuellen(v, 3, 1, 4);
-    v.getrgb(2, 0, &r, &g, &bl);  // 4-byte gray: the byte at x
-    EXPECT_EQ(r, v.zeile[0][2]);
+    EXPECT_EQ(rgb(b, 1), (W{4, 5, 6}));
+    b.flag = 1;  // planar: column 0 whatever x
+    EXPECT_EQ(rgb(b, 2), (W{7, 4, 1}));
+    CBILD s = zeile_aus<uint16_t>({10, 11, 20, 21, 30, 31}, 6), v = zeile_aus<uint32_t>({0x01020304, 0x05060708});
+    s.flag = 7;
+    EXPECT_EQ(rgb(s, 1), (W{30, 20, 10}));
+    EXPECT_EQ(rgb(v, 1), (W{3, 3, 3}));  // 4-byte gray: the byte at x
     v.farbe32 = 256;
-    v.getrgb(2, 0, &r, &g, &bl);
-    EXPECT_EQ(std::vector<int>({bl, g, r}), std::vector<int>(v.zeile[0] + 8, v.zeile[0] + 11));
+    EXPECT_EQ(rgb(v, 1), (W{6, 7, 8}));
+
+    auto minmax = [](const CBILD& bild) {
+        unsigned lo = 9, hi = 9;
+        bild.getminmax(&lo, &hi);
+        return W{lo, hi};
+    };
+    EXPECT_EQ(minmax(zeile_aus<uint8_t>({50, 1, 255})), (W{50, 50}));  // first pixel only
+    EXPECT_EQ(minmax(zeile_aus<uint8_t>({9, 8, 200, 1, 0, 0}, 3)), (W{8, 9}));  // first width bytes
+    EXPECT_EQ(minmax(zeile_aus<uint16_t>({500, 400, 60000, 2, 300, 301}, 6)), (W{2, 60000}));
+    EXPECT_EQ(minmax(zeile_aus<uint32_t>({4000000000u, 5})), (W{5, 4000000000}));
+    EXPECT_EQ(minmax(CBILD(0, 0)), (W{0, 0}));
 }
 
-TEST(Zugriff, MinMaxScanCounts) {
-    CBILD b(3, 2);
-    const unsigned char acht[6] = {50, 1, 255, 3, 4, 5};
-    std::memcpy(b.puffer, acht, 6);
-    unsigned lo = 9, hi = 9;
-    b.getminmax(&lo, &hi);  // 8-bit: first pixel only
-    EXPECT_EQ(lo, 50u);
-    EXPECT_EQ(hi, 50u);
-
-    CBILD f(0, 0);
-    f.speicher(2, 2, 3);
-    const unsigned char farbe[12] = {9, 8, 200, 1, 0, 0, 7, 6, 250, 0, 0, 0};
-    std::memcpy(f.puffer, farbe, 12);
-    f.getminmax(&lo, &hi);  // first width bytes of each row
-    EXPECT_EQ(lo, 6u);
-    EXPECT_EQ(hi, 9u);
-
-    CBILD s(0, 0);
-    s.speicher(1, 2, 6);
-    const uint16_t sechs[6] = {500, 400, 60000, 2, 300, 301};
-    std::memcpy(s.puffer, sechs, 12);
-    s.getminmax(&lo, &hi);
-    EXPECT_EQ(lo, 2u);
-    EXPECT_EQ(hi, 60000u);
-
-    CBILD v(0, 0);
-    v.speicher(2, 1, 4);
-    z32(v, 0)[0] = 4000000000u;
-    z32(v, 0)[1] = 5;
-    v.getminmax(&lo, &hi);
-    EXPECT_EQ(lo, 5u);
-    EXPECT_EQ(hi, 4000000000u);
-    CBILD leer(0, 0);
-    leer.getminmax(&lo, &hi);
-    EXPECT_EQ(hi, 0u);
-}
-
-TEST(Tiefe, RegionConversionsSaturateAndFit) {
+TEST(Tiefe, ShiftsSaturationAndRegions) {
     CBILD src(0, 0), d(0, 0);
     src.speicher(4, 3, 4);
-    for (int y = 0; y < 3; ++y)
-        for (int x = 0; x < 4; ++x) z32(src, y)[x] = 70000u * (y * 4 + x);
+    for (int i = 0; i < 12; ++i) ((uint32_t*)src.puffer)[i] = i == 2 ? 2000 : i == 3 ? 0xab00 : 70000u * i;
     EXPECT_EQ(d.set32_16_teil(&src, nullptr, 0), 0);
-    EXPECT_EQ(z16(d, 0)[0], 0);
-    EXPECT_EQ(z16(d, 0)[1], 65535);
-    z32(src, 0)[1] = 2000;
-    EXPECT_EQ(d.set32_8_teil(&src, nullptr, 2), 0);
-    EXPECT_EQ(d.zeile[0][1], 255);
-    z32(src, 0)[1] = 0x1ff00;
-    d.set32_8_teil(&src, nullptr, 40);  // 40 & 31 = 8
-    EXPECT_EQ(d.zeile[0][1], 255);
-    z32(src, 0)[1] = 0xab00;
+    EXPECT_EQ(werte(d), (W{0, 65535, 2000, 0xab00}));
+    d.set32_8_teil(&src, nullptr, 34);  // 34 & 31 = 2
+    EXPECT_EQ(werte(d), (W{0, 255, 255, 255}));
     d.set32_8_teil(&src, nullptr, 40);
-    EXPECT_EQ(d.zeile[0][1], 0xab);
-
-    CTeilbereich t(3, -1, 2, 2);  // partly outside: moved to columns 2..3, rows 0..1
+    EXPECT_EQ(werte(d), (W{0, 255, 7, 0xab}));
+    CTeilbereich t(3, -1, 2, 2);  // moved to columns 2..3, rows 0..1
     EXPECT_EQ(d.set32_16_teil(&src, &t, 4), 0);
-    EXPECT_EQ(t.links, 2);
-    EXPECT_EQ(t.oben, 0);
-    ASSERT_EQ(d.breite, 2);
-    EXPECT_EQ(z16(d, 1)[1], (70000u * 7) >> 4);
+    EXPECT_EQ(W({t.links, t.oben, werte(d, 1)[1]}), (W{2, 0, (70000 * 7) >> 4}));
+    EXPECT_EQ(d.set32_16_teil(&d, nullptr, 0), 1);  // 16-bit source refused
+    EXPECT_EQ(d.set32_8_teil(nullptr, nullptr, 0), 1);
 
-    CBILD acht(2, 2);
-    d.speicher(1, 1, 2);
-    EXPECT_EQ(d.set32_16_teil(&acht, nullptr, 0), 1);
-    EXPECT_EQ(d.set32_16_teil(nullptr, nullptr, 0), 1);
-    EXPECT_EQ(d.breite, 1);
-}
-
-TEST(Tiefe, WholeImageShiftsAndAlpha) {
-    EXPECT_EQ(CBILD::passschiebung(65535, 16), 0u);
-    EXPECT_EQ(CBILD::passschiebung(65536, 16), 1u);
-    EXPECT_EQ(CBILD::passschiebung(4294967295u, 16), 16u);
-    EXPECT_EQ(CBILD::passschiebung(0, 16), 0u);
-
-    CBILD b(0, 0);
-    b.speicher(2, 1, 4);
+    CBILD b = zeile_aus<uint32_t>({65535, 3});
     b.info[1] = 5;
-    z32(b, 0)[0] = 65535;
-    z32(b, 0)[1] = 3;
     b.bildwandel32_16();
-    ASSERT_EQ(b.bpp, 2);
-    EXPECT_EQ(z16(b, 0)[0], 65535);
-    EXPECT_EQ(b.info[1], 0);  // a fresh image
+    EXPECT_EQ(W({b.bpp, werte(b)[0], b.info[1]}), (W{2, 65535, 0}));  // a fresh image
     b.bildwandel16_32(20);  // more than 16: 16
-    EXPECT_EQ(z32(b, 0)[0], 65535u << 16);
+    EXPECT_EQ(werte(b), (W{65535ll << 16, 3 << 16}));
+    b.bildwandel32_16();  // that maximum needs shift 16
+    EXPECT_EQ(werte(b), (W{65535, 3}));
+    b = zeile_aus<uint32_t>({65536, 65535});
     b.bildwandel32_16();
-    EXPECT_EQ(z16(b, 0)[0], 65535);
-    EXPECT_EQ(z16(b, 0)[1], 3);
-    b.speicher(2, 1, 4);
-    z32(b, 0)[0] = 65536;
-    z32(b, 0)[1] = 65535;
-    b.bildwandel32_16();
-    EXPECT_EQ(z16(b, 0)[0], 32768);
-    EXPECT_EQ(z16(b, 0)[1], 32767);
+    EXPECT_EQ(werte(b), (W{32768, 32767}));
     b.bildwandel16_32(-1);  // modulo 32: 31
-    EXPECT_EQ(z32(b, 0)[1], 2147483648u);
+    EXPECT_EQ(werte(b)[1], 2147483648);
 
-    CBILD a(0, 0), o(0, 0);
-    fuellen(a, 2, 2, 4, 0, 256);
+    CBILD a = zeile_aus<uint8_t>({1, 2, 3, 4, 5, 6, 7, 8}, 4), o(0, 0);
+    a.farbe32 = 256;
     o.setzen_ohne_alpha(&a);
-    ASSERT_EQ(o.bpp, 3);
-    EXPECT_EQ(o.flag, 4);
-    EXPECT_EQ(o.farbe32, 0);
-    EXPECT_EQ(o.zeile[1][3], a.zeile[1][6]);  // blue-first source comes out red first
+    EXPECT_EQ(werte(o), (W{3, 2, 1, 7, 6, 5}));
+    EXPECT_EQ(W({o.flag, o.farbe32}), (W{4, 0}));
     a.farbe32 = 0;
     o.setzen_ohne_alpha(&a);
     EXPECT_EQ(o.bpp, 4);
-    EXPECT_EQ(0, std::memcmp(o.puffer, a.puffer, 16));
+}
+
+TEST(Teilbild, RoundTripEveryDepthAndRegion) {
+    struct Art { int bpp, flag, farbe32; };
+    const Art arten[] = {{1, 0, 0}, {2, 0, 0}, {3, 0, 0}, {3, 1, 0}, {4, 0, 0}, {4, 2, 256}, {6, 4, 0}, {6, 3, 0}};
+    const CTeilbereich regionen[] = {{0, 0, 5, 4},   {32, 19, 5, 4},           {-3, -2, 5, 4}, {35, 21, 5, 4},
+                                     {10, 5, 17, 9}, {-100, -100, 1000, 1000}, {5, 5, -3, 4},  {2000000000, 3, 7, 2}};
+    for (const Art& a : arten) {
+        CBILD b(0, 0);
+        b.speicher(37, 23, a.bpp);
+        b.flag = a.flag;
+        b.farbe32 = a.farbe32;
+        for (unsigned i = 0; i < b.puffergroesse; ++i) b.puffer[i] = (unsigned char)(i * 5 + i / 97 + 1);
+        const int ebenen = b.istplanar() ? (a.bpp == 6 ? 3 : a.bpp) : 1, pb = a.bpp / ebenen;
+        for (CTeilbereich t : regionen) {
+            SCOPED_TRACE(testing::Message() << a.bpp << "/" << a.flag << " at " << t.links << "," << t.oben);
+            CBILD teil(0, 0);
+            ASSERT_EQ(teil.setzteil(&b, &t), 0);
+            if (t.breite < 1) {
+                EXPECT_EQ(teil.hoehe, 0);
+                continue;
+            }
+            ASSERT_TRUE(t.links >= 0 && t.links + t.breite <= 37 && t.oben >= 0 && t.oben + t.hoehe <= 23);
+            EXPECT_EQ(teil.flag, a.flag);
+            for (int i = 0; i < t.hoehe; ++i)
+                for (int p = 0; p < ebenen; ++p)
+                    ASSERT_EQ(0, std::memcmp(teil.zeile[i] + p * t.breite * pb,
+                                             b.zeile[t.oben + i] + (p * 37 + t.links) * pb, size_t(t.breite * pb)));
+            // Blank the region in a copy and paste the part back: the whole
+            // image is the original again, so nothing outside it moved.
+            CBILD ziel(b), leer(teil);
+            std::memset(leer.puffer, 0, leer.puffergroesse);
+            ASSERT_EQ(ziel.einfuegen(&leer, t.links, t.oben), 0);
+            EXPECT_NE(0, std::memcmp(ziel.puffer, b.puffer, b.puffergroesse));
+            ASSERT_EQ(ziel.einfuegen(&teil, t.links, t.oben), 0);
+            EXPECT_EQ(0, std::memcmp(ziel.puffer, b.puffer, b.puffergroesse));
+        }
+    }
+}
+
+TEST(Teilbild, PasteFitsAndRefusesOtherLayouts) {
+    CBILD ziel(0, 0), gross(0, 0), leer(0, 0), klein = zeile_aus<uint16_t>({1, 2, 3, 4});
+    gross.speicher(50, 30, 2);
+    for (int y = 0; y < 30; ++y) ((uint16_t*)gross.zeile[y])[36] = uint16_t(y);
+    ziel.speicher(37, 23, 2);
+    ziel.setzwert(9);
+    ASSERT_EQ(ziel.einfuegen(&gross, -5, -5), 0);  // larger: its top-left part
+    EXPECT_EQ(werte(ziel, 22)[36], 22);
+    ASSERT_EQ(ziel.einfuegen(&klein, 35, 30), 0);  // moved to columns 33..36 of the last row
+    EXPECT_EQ(werte(ziel, 22)[33], 1);
+    CBILD rgb = zeile_aus<uint8_t>({1, 2, 3}, 3), bgr = rgb;
+    rgb.flag = 4;
+    EXPECT_EQ(rgb.einfuegen(&bgr, 0, 0) + rgb.einfuegen(&klein, 0, 0) + rgb.einfuegen(&leer, 0, 0) +
+                  leer.einfuegen(&rgb, 0, 0) + leer.setzteil(&leer, nullptr),
+              5);
+}
+
+TEST(Anzeige, ShiftSaturationLayoutsAndGray) {
+    CBILD w = zeile_aus<uint16_t>({65535, 256, 1023});
+    unsigned char z[12];
+    ASSERT_EQ(w.anzeigezeile(0, z, 1, 8), 0);
+    EXPECT_EQ(W(z, z + 3), (W{255, 1, 3}));
+    w.anzeigezeile(0, z, 3, 2);  // 1023 >> 2 = 255, 65535 >> 2 saturates
+    EXPECT_EQ(W(z, z + 9), (W{255, 255, 255, 64, 64, 64, 255, 255, 255}));
+    EXPECT_EQ(W({w.anzeigeschiebung(), w.anzeigezeile(1, z, 1, 0), w.anzeigezeile(0, z, 2, 0)}), (W{8, 1, 1}));
+    w = zeile_aus<uint32_t>({0xab000000u});
+    w.anzeigezeile(0, z, 1, 56);  // 56 & 31 = 24
+    EXPECT_EQ(W({z[0], w.anzeigeschiebung()}), (W{0xab, 24}));
+
+    // Red, green, blue, white in every layout: one display row, one gray image.
+    const unsigned char rgb[4][3] = {{255, 0, 0}, {0, 255, 0}, {0, 0, 255}, {255, 255, 255}};
+    for (int flag : {0, 4, 1}) {
+        CBILD f(0, 0), g(0, 0);
+        f.speicher(4, 1, 3);
+        f.flag = flag;
+        for (int x = 0; x < 4; ++x)
+            for (int c = 0; c < 3; ++c)  // 2 - c counts the sample from blue
+                f.puffer[flag == 0 ? 3 * x + 2 - c : flag == 4 ? 3 * x + c : 4 * (2 - c) + x] = rgb[x][c];
+        f.anzeigezeile(0, z, 3, 0);
+        EXPECT_EQ(W(z, z + 12), (W{255, 0, 0, 0, 255, 0, 0, 0, 255, 255, 255, 255}));
+        f.anzeigezeile(0, z, 1, 0);
+        EXPECT_EQ(W(z, z + 4), (W{76, 150, 29, 255}));
+        ASSERT_EQ(g.setzgrau(&f), 0);
+        EXPECT_EQ(werte(g), (W{76, 150, 29, 255}));
+    }
+    CBILD s = zeile_aus<uint16_t>({0, 0, 65535, 0, 1, 0}, 6), g(0, 0);  // blue first: red, green
+    ASSERT_EQ(g.setzgrau(&s), 0);
+    EXPECT_EQ(werte(g), (W{19596, 1}));  // 19595.7 and 0.587 both round up
+    s.anzeigezeile(0, z, 1, 8);
+    EXPECT_EQ(z[0], 19596 >> 8);
+    s = zeile_aus<uint8_t>({200, 50, 100, 9}, 4);
+    s.farbe32 = 256;
+    g.setzgrau(&s);
+    EXPECT_EQ(W({g.bpp, g.puffer[0]}), (W{1, 82}));
+    s.farbe32 = 0;  // gray: a plain copy
+    g.setzgrau(&s);
+    EXPECT_EQ(W({g.bpp, g.setzgrau(nullptr)}), (W{4, 1}));
+}
+
+TEST(Extern, WrapsCallerMemoryAndCopiesCompact) {
+    std::vector<uint16_t> mem(5 * 4, 7);  // 3 samples per row, stride 5
+    for (int i = 0; i < 20; ++i) mem[size_t(i)] = i % 5 < 3 ? uint16_t(100 * (i / 5) + i % 5) : 7;
+    unsigned char* daten = reinterpret_cast<unsigned char*>(mem.data());
+    {
+        CBILD e(2, 2), k(0, 0);
+        ASSERT_EQ(e.setimage(daten, 3, 4, 2, 10, 0), 1);
+        EXPECT_EQ(e.puffer, nullptr);
+        k.setzen(&e);
+        ASSERT_EQ(k.puffergroesse, 24u);
+        for (int y = 0; y < 4; ++y) EXPECT_EQ(werte(k, y), (W{100 * y, 100 * y + 1, 100 * y + 2}));
+        e.setzwert(5);  // writes reach the caller's rows, not its padding
+        EXPECT_EQ(W({mem[7], mem[8]}), (W{5, 7}));
+        e.bildwandel16_32(0);  // now owned storage
+        EXPECT_NE(e.puffer, nullptr);
+    }  // the image frees only what it owns
+    CBILD e(0, 0);
+    EXPECT_EQ(e.setimage(daten, 3, 4, 2, 9, 0) + e.setimage(daten + 1, 3, 4, 2, 10, 0) +
+                  e.setimage(daten, 3, 4, 2, 4, 0) + e.setimage(daten, 3, 4, 5, 0, 0) +
+                  e.setimage(daten, 0, 4, 1, 0, 0) + e.setimage(daten, 1 << 30, 1, 4, 0, 0) + e.hoehe,
+              0);
+    ASSERT_EQ(e.setimage(daten, 2, 2, 4, 0, 4, true), 1);  // stride 0: packed rows
+    EXPECT_EQ(W({e.farbe32, e.zeile[1] - daten}), (W{256, 8}));
 }

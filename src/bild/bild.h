@@ -138,7 +138,8 @@ public:
     // 32-bit gray to 16-bit in place with the shift passschiebung(max, 16).
     // The descriptive words do not survive: the result is a fresh image.
     void bildwandel32_16();
-    // 16-bit gray to 32-bit in place, each sample << shift (above 16: 16).
+    // 16-bit gray to 32-bit in place, each sample << shift (above 16: 16, a
+    // negative shift modulo 32). Also a fresh image, like bildwandel32_16.
     void bildwandel16_32(int shift);
     // This image becomes src without the fourth byte when src is 4-byte
     // colour (farbe32 256): 3 bytes, red, green, blue, flag 4. Otherwise a

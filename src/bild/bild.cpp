@@ -55,6 +55,16 @@ void CTeilbereich::setzteilbild(int w, int h, int x, int y, int width, int heigh
     testteily(h);
 }
 
+CTeilbereich* CTeilbereich::einpassen(CTeilbereich* region, CTeilbereich& ganz, int w, int h) {
+    if (!region) {
+        ganz.setzteilbild(w, h, 0, 0, w, h);
+        return &ganz;
+    }
+    region->testteilx(w);
+    region->testteily(h);
+    return region;
+}
+
 CBILD::CBILD(int width, int height)
     : zeile(nullptr), breite(0), hoehe(0), bpp(1), flag(0), info{0, 0, 0, 0}, farbe32(0),
       palette{}, puffer(nullptr), puffergroesse(0), zusatz(0) {
@@ -131,19 +141,35 @@ void CBILD::setzen(const CBILD* src) {
         return;
     }
     speicher(src->breite, src->hoehe, src->bpp);
-    flag = src->flag;
     // Rows are reached through the source's table, so a source whose rows
     // lie in external memory is compacted into this image's one buffer.
     if (src->breite != 0 && src->hoehe > 0 && zeile) {
         const size_t n = size_t(src->breite) * size_t(src->bpp);
         for (int y = 0; y < src->hoehe; ++y) std::memcpy(zeile[y], src->zeile[y], n);
     }
-    std::copy(src->palette, src->palette + 256, palette);
-    palette[255] = 0;
-    std::copy(src->info, src->info + 4, info);
-    farbe32 = src->farbe32;
-    zusatz = src->zusatz;
+    worte_von(*src);
 }
+
+void CBILD::worte_von(const CBILD& src) {
+    flag = src.flag;
+    std::copy(src.palette, src.palette + 256, palette);
+    palette[255] = 0;
+    std::copy(src.info, src.info + 4, info);
+    farbe32 = src.farbe32;
+    zusatz = src.zusatz;
+}
+
+bool CBILD::hatpixel() const { return zeile && breite >= 1 && hoehe >= 1 && bpp >= 1; }
+
+const CBILD* CBILD::quelle(const CBILD* src, CBILD& kopie) const {
+    if (src != this) return src;
+    kopie.setzen(src);
+    return &kopie;
+}
+
+bool CBILD::istfarbig() const { return bpp == 3 || bpp == 6 || (bpp == 4 && farbe32 == 256); }
+
+bool CBILD::istplanar() const { return istfarbig() && flag != 0 && flag != 4; }
 
 int CBILD::testImage(CBILD* image) {
     if (!image || image->breite < 1 || image->hoehe < 1) return 0;

@@ -13,7 +13,9 @@ const char* const kTypA[8] = {".bia", ".tif", ".tiff", ".bmp", ".bir", ".raw", "
 
 template <typename C>
 long klein(C c) {
-    long v = long(c);
+    // Characters compare as the signed values they hold, as the C library's
+    // table sees them; only A-Z change.
+    long v = static_cast<long>(c);  // NOLINT(bugprone-signed-char-misuse)
     return (v >= 'A' && v <= 'Z') ? v + ('a' - 'A') : v;
 }
 
@@ -59,7 +61,7 @@ namespace bild {
 
 bool utf8(const wchar_t* s, std::string& out) {
     for (; *s; ++s) {
-        long c = long(*s);
+        const long c = static_cast<long>(*s);  // NOLINT(bugprone-signed-char-misuse): wchar_t is signed
         if (c < 0 || c > 0x10FFFF || (c >= 0xD800 && c <= 0xDFFF)) return false;
         if (c < 0x80) {
             out += char(c);

@@ -130,7 +130,7 @@ int CBILD::speicher1(int height) {
 }
 
 CBILD& CBILD::operator=(const CBILD& src) {
-    setzen(&src);
+    if (&src != this) setzen(&src);
     return *this;
 }
 

@@ -20,8 +20,8 @@ constexpr int kBlock = 1024;
 int bpp_von(int bitcount) {
     switch (bitcount) {
         case 16: return 2;
-        case 24: return 3;
-        case 32: return 3;
+        case 24:
+        case 32: return 3;  // 32-bit pixels are unpacked to three bytes
         case 48: return 6;
         default: return 1;  // below 8 unpacked to bytes; 8 and the rest copied
     }
@@ -36,6 +36,20 @@ int gespeichert_von(int bitcount) {
         case 48: return 6;
         default: return 1;
     }
+}
+
+// Copy `count` three-sample pixels exchanging the first and third sample;
+// src and dst may be the same row. The number of samples handled.
+template <typename T>
+int tausche_rb(const T* src, T* dst, int count) {
+    if (count < 1) return 0;
+    for (size_t i = 0, n = size_t(count); i < n; ++i) {
+        const T erstes = src[3 * i];
+        dst[3 * i + 1] = src[3 * i + 1];
+        dst[3 * i] = src[3 * i + 2];
+        dst[3 * i + 2] = erstes;
+    }
+    return 3 * count;
 }
 
 }  // namespace
@@ -89,7 +103,7 @@ int CBmp::getshift32(unsigned int mask, int* shift) {
 void CBmp::wandel32(unsigned int* src, int count, unsigned char* dst) {
     // Shift without masking first: with masks narrower than a byte the
     // neighbouring channel's bits stay in the high part of each byte.
-    for (int i = 0; i < count; ++i) {
+    for (size_t i = 0, n = size_t(std::max(count, 0)); i < n; ++i) {
         const unsigned int p = src[i];
         dst[3 * i] = (unsigned char)(p >> bshift);
         dst[3 * i + 1] = (unsigned char)(p >> gshift);
@@ -97,27 +111,8 @@ void CBmp::wandel32(unsigned int* src, int count, unsigned char* dst) {
     }
 }
 
-int CBmp::tauschrb_a(unsigned char* src, unsigned char* dst, int count) {
-    if (count < 1) return 0;
-    for (int i = 0; i < count; ++i) {
-        const unsigned char r = src[3 * i];
-        dst[3 * i + 1] = src[3 * i + 1];
-        dst[3 * i] = src[3 * i + 2];
-        dst[3 * i + 2] = r;
-    }
-    return 3 * count;
-}
-
-int CBmp::tauschrb_w(unsigned short* src, unsigned short* dst, int count) {
-    if (count < 1) return 0;
-    for (int i = 0; i < count; ++i) {
-        const unsigned short r = src[3 * i];
-        dst[3 * i + 1] = src[3 * i + 1];
-        dst[3 * i] = src[3 * i + 2];
-        dst[3 * i + 2] = r;
-    }
-    return 3 * count;
-}
+int CBmp::tauschrb_a(unsigned char* src, unsigned char* dst, int count) { return tausche_rb(src, dst, count); }
+int CBmp::tauschrb_w(unsigned short* src, unsigned short* dst, int count) { return tausche_rb(src, dst, count); }
 
 bool CBmp::ueberspringe(int64_t n) {
     if (puffergroesse < 1) speicher(kBlock);
@@ -209,8 +204,8 @@ int CBmp::einbmp1(unsigned char* row) {
         if (!datei.lies(puffer.get(), size_t(stride))) result = 3;
         const unsigned char* src = puffer.get();
         if (bitcount == 4) {
-            const int paare = breite / 2;
-            for (int k = 0; k < paare; ++k) {
+            const size_t paare = size_t(breite / 2);
+            for (size_t k = 0; k < paare; ++k) {
                 row[2 * k] = src[k] & 0xF0;
                 row[2 * k + 1] = (unsigned char)(src[k] << 4);
             }

@@ -139,7 +139,8 @@ int CTiff::austiff0(CBILD* image, const wchar_t* name, int x, int y, int width, 
 
     std::vector<unsigned char> kopf(aufloesung + 16);
     unsigned char* p = kopf.data();
-    std::memcpy(p, "II", 2);
+    p[0] = 'I';  // little-endian
+    p[1] = 'I';
     bild::put_le16(p + 2, 42);
     bild::put_le32(p + 4, kKopf);
     bild::put_le16(p + 8, kEintraege);

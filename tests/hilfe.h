@@ -1,5 +1,6 @@
 // Test helpers: a scratch folder per test, whole-file I/O, and a builder of
-// BMP bytes from a few parameters.
+// BMP bytes from a few parameters, pattern images and a colour-order-free
+// view of their pixels.
 #pragma once
 #include <gtest/gtest.h>
 #include <sys/stat.h>
@@ -12,6 +13,8 @@
 #include <iterator>
 #include <string>
 #include <vector>
+
+#include "bild/bild.h"
 
 using Bytes = std::vector<unsigned char>;
 
@@ -109,5 +112,31 @@ inline std::string laufe(const std::string& befehl, int* status = nullptr) {
     while ((n = std::fread(buf, 1, sizeof buf, p)) > 0) out.append(buf, n);
     const int s = ::pclose(p);
     if (status) *status = WIFEXITED(s) ? WEXITSTATUS(s) : -1;
+    return out;
+}
+
+// Fills an image of the given size, depth and flag word with a pattern of
+// (row, byte index).
+inline void muster_bild(CBILD& b, int breite, int hoehe, int bpp, int flag) {
+    b.speicher(breite, hoehe, bpp);
+    b.flag = flag;
+    for (int y = 0; y < hoehe; ++y)
+        for (int i = 0; i < breite * bpp; ++i) b.zeile[y][i] = uint8_t(y * 31 + i * 7 + 1);
+}
+
+// The bytes of pixel (x, y), samples in red-green-blue order for colour
+// images (flag 0: stored reversed; 1: planar, third plane first; 4: as
+// stored), so images of different layouts compare by colour.
+inline Bytes rgb(const CBILD& b, int x, int y) {
+    const unsigned char* z = b.zeile[y];
+    if (b.bpp != 3 && b.bpp != 6) return Bytes(z + x * b.bpp, z + (x + 1) * b.bpp);
+    const int s = b.bpp / 3;
+    Bytes out;
+    for (int c = 0; c < 3; ++c) {
+        const unsigned char* p = b.flag == 1 ? z + ((2 - c) * b.breite + x) * s
+                                 : b.flag == 0 ? z + (3 * x + 2 - c) * s
+                                               : z + (3 * x + c) * s;
+        out.insert(out.end(), p, p + s);
+    }
     return out;
 }

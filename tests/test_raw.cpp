@@ -15,7 +15,7 @@ Bytes raw(int32_t breite, int32_t hoehe, int32_t bits, int32_t farbtyp, const By
     std::memcpy(b.data(), "KVX RawImage", 13);
     put32(b, 13, 1), put32(b, 17, uint32_t(breite)), put32(b, 21, uint32_t(hoehe)), put32(b, 25, 1);
     put32(b, 29, uint32_t(bits)), put32(b, 33, uint32_t(farbtyp)), put32(b, 37, zusatz);
-    put32(b, 41, uint32_t(bits / 8)), put32(b, 45, uint32_t(breite * bits / 8));
+    put32(b, 41, uint32_t(bits / 8)), put32(b, 45, uint32_t(int64_t(breite) * bits / 8));
     b.insert(b.end(), zeilen.begin(), zeilen.end());
     return b;
 }

@@ -60,6 +60,22 @@ protected:
     std::string pfad(const std::string& name) const { return dir + "/" + name; }
 };
 
+// A scratch folder and one file "t<ext>" in it, read through the dispatcher.
+class FormatOrdner : public Ordner {
+protected:
+    virtual const char* endung() const = 0;
+    std::string datei() const { return pfad(std::string("t") + endung()); }
+    std::wstring name;
+    void SetUp() override {
+        Ordner::SetUp();
+        name = w(datei());
+    }
+    int lies(const Bytes& b, CBILD& bild) {
+        schreib_datei(datei(), b);
+        return bild.bildlese(name.c_str());
+    }
+};
+
 // A BMP of `bits` per pixel whose stored rows (bottom-up unless topdown) are
 // given whole, padding included. Rows are given top row first.
 struct BmpBau {
@@ -139,4 +155,31 @@ inline Bytes rgb(const CBILD& b, int x, int y) {
         out.insert(out.end(), p, p + s);
     }
     return out;
+}
+
+// The round-trip matrix: depths 1, 2, 3, 4, 6 x flag words 0, 1 (planar), 4
+// x the whole image and regions at each edge of a 37 x 21 pattern image
+// (moved inside, cut to the image, of no columns). `f(bild, region, t)`
+// writes with `region` (null or &t; the writer fits t) and reads back.
+template <typename F>
+void rundreise(F f) {
+    const CTeilbereich regionen[] = {{-2, 3, 5, 4}, {35, 1, 6, 20}, {2, 18, 4, 9}, {0, 0, 100, 100}, {4, 5, 0, 3}};
+    for (int bpp : {1, 2, 3, 4, 6})
+        for (int flag : {0, 1, 4})
+            for (int r = -1; r < 5; ++r) {
+                SCOPED_TRACE(::testing::Message() << "bpp " << bpp << " flag " << flag << " region " << r);
+                CBILD bild(0, 0);
+                muster_bild(bild, 37, 21, bpp, flag);
+                CTeilbereich t = r < 0 ? CTeilbereich(0, 0, 37, 21) : regionen[r];
+                f(bild, r < 0 ? nullptr : &t, t);
+            }
+}
+
+// `zurueck` holds the (fitted) region t of `bild`, colour by colour.
+inline void pruefe_teil(const CBILD& zurueck, const CBILD& bild, const CTeilbereich& t) {
+    ASSERT_EQ(zurueck.breite, t.breite);
+    ASSERT_EQ(zurueck.hoehe, t.breite ? t.hoehe : 0);
+    ASSERT_EQ(zurueck.bpp, bild.bpp);
+    for (int y = 0; y < zurueck.hoehe; ++y)
+        for (int x = 0; x < zurueck.breite; ++x) ASSERT_EQ(rgb(zurueck, x, y), rgb(bild, x + t.links, y + t.oben));
 }

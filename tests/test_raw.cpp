@@ -20,17 +20,9 @@ Bytes raw(int32_t breite, int32_t hoehe, int32_t bits, int32_t farbtyp, const By
     return b;
 }
 
-class Raw : public Ordner {
+class Raw : public FormatOrdner {
 protected:
-    std::wstring name;
-    void SetUp() override {
-        Ordner::SetUp();
-        name = w(pfad("t.raw"));
-    }
-    int lies(const Bytes& b, CBILD& bild) {
-        schreib_datei(pfad("t.raw"), b);
-        return bild.bildlese(name.c_str());
-    }
+    const char* endung() const override { return ".raw"; }
     std::string konvertiere(const std::string& args) {
         return laufe("cd '" + dir + "' && '" BILDCONV_PATH "' " + args + " 2>&1");
     }
@@ -39,25 +31,15 @@ protected:
 }  // namespace
 
 TEST_F(Raw, RoundTripEveryDepthLayoutAndRegion) {
-    const CTeilbereich regionen[] = {{-2, 3, 5, 4}, {35, 1, 6, 20}, {2, 18, 4, 9}, {0, 0, 100, 100}, {4, 5, 0, 3}};
-    for (int bpp : {1, 2, 3, 4, 6})
-        for (int flag : {0, 1, 4})
-            for (int r = -1; r < 5; ++r) {
-                CBILD bild(0, 0), zurueck(0, 0);
-                muster_bild(bild, 37, 21, bpp, flag);
-                CTeilbereich t = r < 0 ? CTeilbereich(0, 0, 37, 21) : regionen[r];
-                ASSERT_EQ(CRaw().schreibenteil(name.c_str(), &bild, r < 0 ? nullptr : &t), 0);
-                const bool farbe = bpp == 3 || bpp == 6;
-                EXPECT_EQ(get32(lies_datei(pfad("t.raw")), 33), uint32_t(!farbe ? 0 : flag ? 3 : 5));
-                ASSERT_EQ(CRaw().lesen(name.c_str(), &zurueck), 0);
-                ASSERT_EQ(zurueck.breite, t.breite) << bpp << flag << r;
-                ASSERT_EQ(zurueck.hoehe, t.breite ? t.hoehe : 0);
-                EXPECT_EQ(zurueck.bpp, bpp);
-                EXPECT_EQ(zurueck.flag, farbe && flag ? 4 : 0);  // planar comes back interleaved
-                for (int y = 0; y < zurueck.hoehe; ++y)
-                    for (int x = 0; x < zurueck.breite; ++x)
-                        ASSERT_EQ(rgb(zurueck, x, y), rgb(bild, x + t.links, y + t.oben)) << bpp << flag << r;
-            }
+    rundreise([&](CBILD& bild, CTeilbereich* region, CTeilbereich& t) {
+        CBILD zurueck(0, 0);
+        ASSERT_EQ(CRaw().schreibenteil(name.c_str(), &bild, region), 0);
+        const bool farbe = bild.bpp == 3 || bild.bpp == 6;
+        EXPECT_EQ(get32(lies_datei(datei()), 33), uint32_t(!farbe ? 0 : bild.flag ? 3 : 5));
+        ASSERT_EQ(CRaw().lesen(name.c_str(), &zurueck), 0);
+        pruefe_teil(zurueck, bild, t);
+        EXPECT_EQ(zurueck.flag, farbe && bild.flag ? 4 : 0);  // planar comes back interleaved
+    });
 }
 
 TEST_F(Raw, HeaderBytesAndConvertedRows) {
@@ -65,7 +47,7 @@ TEST_F(Raw, HeaderBytesAndConvertedRows) {
     muster_bild(bild, 5, 4, 6, 1);
     CTeilbereich t(1, 1, 3, 2);
     ASSERT_EQ(bild.bildspeichteil(name.c_str(), &t), 0);
-    const Bytes b = lies_datei(pfad("t.raw"));
+    const Bytes b = lies_datei(datei());
     ASSERT_EQ(b.size(), 49u + 2 * 18);
     Bytes kopf = raw(3, 2, 48, 3, {});
     put32(kopf, 41, 6), put32(kopf, 45, 18);
@@ -78,7 +60,7 @@ TEST_F(Raw, HeaderBytesAndConvertedRows) {
     // colour type 3: read back it is red-green-blue (flag word 4).
     bild.flag = 2;
     ASSERT_EQ(bild.bildspeich(name.c_str()), 0);
-    EXPECT_EQ(get32(lies_datei(pfad("t.raw")), 33), 3u);
+    EXPECT_EQ(get32(lies_datei(datei()), 33), 3u);
     CBILD zurueck(0, 0);
     ASSERT_EQ(zurueck.bildlese(name.c_str()), 0);
     EXPECT_EQ(zurueck.flag, 4);
@@ -133,7 +115,7 @@ TEST_F(Raw, BadFilesGiveTheirCode) {
     EXPECT_THROW(lies(raw(1, 1, -17, 0, {}), bild), std::bad_alloc);          // -1 bytes per pixel
 
     CRaw f;  // the two early returns keep the file open until the object goes
-    schreib_datei(pfad("t.raw"), Bytes(60, 'k'));
+    schreib_datei(datei(), Bytes(60, 'k'));
     EXPECT_EQ(f.lesen(name.c_str(), &bild), 30);
     EXPECT_TRUE(f.datei);
     EXPECT_EQ(f.lesen(L"", &bild), 1);

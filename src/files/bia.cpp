@@ -118,10 +118,8 @@ int CBia::ausbia2() { return datei.schliessen() ? 0 : 4; }
 int CBia::schreiben(const wchar_t* name, CBILD* image) { return schreibenteil(name, image, nullptr); }
 
 int CBia::schreibenteil(const wchar_t* name, CBILD* image, CTeilbereich* region) {
-    if (!bild::schreibbar(image)) return 12;
-    const bild::Rechteck r = bild::teil_von(image, region);
-    // A region of negative size would reach outside the image.
-    if (r.breite < 0 || r.hoehe < 0) return 12;
+    bild::Rechteck r;
+    if (!bild::schreibbereich(image, region, &r)) return 12;
     int result = ausbia0(image, name, r.x, r.y, r.breite, r.hoehe);
     for (int i = 0; i < teilhoehe && result == 0; ++i)
         result = ausbia1(image->zeile[teily + i] + size_t(teilx) * size_t(schritt));

@@ -19,12 +19,19 @@ struct Rechteck {
 
 // What a writer stores: the whole image, or the region fitted into it (the
 // caller's region is changed in place, as callers of the writers expect).
-// Only a region given with a negative size comes out with one.
-inline Rechteck teil_von(const CBILD* image, CTeilbereich* region) {
-    if (!region) return {0, 0, image->breite, image->hoehe};
+// False, and nothing to write (result 12), for an image schreibbar refuses
+// or a region given with a negative size, which would reach outside the
+// image.
+inline bool schreibbereich(const CBILD* image, CTeilbereich* region, Rechteck* r) {
+    if (!schreibbar(image)) return false;
+    if (!region) {
+        *r = {0, 0, image->breite, image->hoehe};
+        return true;
+    }
     region->testteilx(image->breite);
     region->testteily(image->hoehe);
-    return {region->links, region->oben, region->breite, region->hoehe};
+    *r = {region->links, region->oben, region->breite, region->hoehe};
+    return r->breite >= 0 && r->hoehe >= 0;
 }
 
 }  // namespace bild

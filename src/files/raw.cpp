@@ -142,10 +142,8 @@ int CRaw::ausraw2() { return datei.schliessen() ? 0 : 4; }
 int CRaw::schreiben(const wchar_t* name, CBILD* image) { return schreibenteil(name, image, nullptr); }
 
 int CRaw::schreibenteil(const wchar_t* name, CBILD* image, CTeilbereich* region) {
-    if (!bild::schreibbar(image)) return 12;
-    const bild::Rechteck r = bild::teil_von(image, region);
-    // A region of negative size would reach outside the image.
-    if (r.breite < 0 || r.hoehe < 0) return 12;
+    bild::Rechteck r;
+    if (!bild::schreibbereich(image, region, &r)) return 12;
     int result = ausraw0(image, name, r.x, r.y, r.breite, r.hoehe);
     // Planar rows (flag word exactly 1) go out interleaved, third plane
     // first; the header says colour type 3 for them.

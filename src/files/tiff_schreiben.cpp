@@ -62,12 +62,11 @@ void ebenen_rueckwaerts(const T* __restrict src, size_t ebene, size_t n, T* __re
 int CTiff::schreiben(const wchar_t* name, CBILD* image) { return schreibenteil(name, image, nullptr); }
 
 int CTiff::schreibenteil(const wchar_t* name, CBILD* image, CTeilbereich* region) {
-    if (!bild::schreibbar(image)) return 12;
-    const bild::Rechteck r = bild::teil_von(image, region);
-    const int x = r.x, y = r.y, w = r.breite, h = r.hoehe;
+    bild::Rechteck r;
     // A region of no pixels (its own width or height below 1) has nothing a
     // TIFF can describe.
-    if (w < 1 || h < 1) return 12;
+    if (!bild::schreibbereich(image, region, &r) || r.breite < 1 || r.hoehe < 1) return 12;
+    const int x = r.x, y = r.y, w = r.breite, h = r.hoehe;
     // Classic TIFF addresses 32 bits: the pixel data must end below 4 GiB.
     uint64_t pixel = 0;
     const uint64_t streifen = uint64_t(h - 1) / kZeilenProStreifen + 1;

@@ -55,22 +55,22 @@ bool schreibe(const std::string& pfad, const Bytes& b) {
     return std::fclose(f) == 0 && ok;
 }
 
-// An image of the given size and depth whose samples `sample(x, y, c)`
-// gives (c = 0, 1, 2 for colour, 0 for gray), stored in the image's layout.
+// Fills an image sample by sample: `sample(x, y, c)` for c = 0 to n - 1,
+// n = 3 for colour, 4 for 4-byte colour bytes (farbe32 = 256), 1 for gray.
+// Planar rows (flag word 1) hold three planes of `breite` samples each.
 template <typename Sample>
 void muster(CBILD& b, int breite, int hoehe, int bpp, int flag, Sample sample) {
     b.speicher(breite, hoehe, bpp);
     b.flag = flag;
-    const int s = bpp == 6 ? 2 : bpp == 3 ? 1 : bpp;  // bytes per sample
     const int n = bpp == 3 || bpp == 6 ? 3 : bpp == 4 && b.farbe32 == 256 ? 4 : 1;
+    const int s = bpp / n;  // bytes per sample
     for (int y = 0; y < hoehe; ++y)
         for (int x = 0; x < breite; ++x)
             for (int c = 0; c < n; ++c) {
-                // Planar rows hold three planes of `breite` samples each.
                 const int i = flag == 1 && n == 3 ? c * breite + x : x * n + c;
+                unsigned char* p = b.zeile[y] + size_t(i) * size_t(s);
                 const uint32_t v = sample(x, y, c);
-                unsigned char* p = b.zeile[y] + size_t(i) * size_t(n == 4 ? 1 : s);
-                if (n == 4 || s == 1) *p = uint8_t(v);
+                if (s == 1) *p = uint8_t(v);
                 else if (s == 2) bild::put_le16(p, v);
                 else bild::put_le32(p, v);
             }

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "bild/bytes.h"
+#include "bildlib.h"
 
 namespace {
 
@@ -54,6 +55,27 @@ bool schreibe(const std::string& pfad, const Bytes& b) {
     return std::fclose(f) == 0 && ok;
 }
 
+// Fills an image sample by sample: `sample(x, y, c)` for c = 0 to n - 1,
+// n = 3 for colour, 4 for 4-byte colour bytes (farbe32 = 256), 1 for gray.
+// Planar rows (flag word 1) hold three planes of `breite` samples each.
+template <typename Sample>
+void muster(CBILD& b, int breite, int hoehe, int bpp, int flag, Sample sample) {
+    b.speicher(breite, hoehe, bpp);
+    b.flag = flag;
+    const int n = bpp == 3 || bpp == 6 ? 3 : bpp == 4 && b.farbe32 == 256 ? 4 : 1;
+    const int s = bpp / n;  // bytes per sample
+    for (int y = 0; y < hoehe; ++y)
+        for (int x = 0; x < breite; ++x)
+            for (int c = 0; c < n; ++c) {
+                const int i = flag == 1 && n == 3 ? c * breite + x : x * n + c;
+                unsigned char* p = b.zeile[y] + size_t(i) * size_t(s);
+                const uint32_t v = sample(x, y, c);
+                if (s == 1) *p = uint8_t(v);
+                else if (s == 2) bild::put_le16(p, v);
+                else bild::put_le32(p, v);
+            }
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -90,6 +112,22 @@ int main(int argc, char** argv) {
     ok &= schreibe(dir + "/klein.bmp", bmp(24, 8, 8, false, [&](int y, unsigned char* z) {
         for (int x = 0; x < 24; ++x) z[x] = uint8_t(x * 10 + y);
     }));
+
+    // The native formats, written by the library's own writers.
+    const std::wstring wdir(dir.begin(), dir.end());
+    CBILD b(0, 0);
+    muster(b, W, H, 2, 0, [&](int x, int y, int) { return uint32_t(x * 600 + y * 100); });
+    ok &= CRaw().schreiben((wdir + L"/grau16.raw").c_str(), &b) == 0;
+    muster(b, W, H, 3, 4, [&](int x, int y, int c) { return uint32_t(c == 0 ? x * 2 : c == 1 ? y * 3 : 255 - x - y); });
+    ok &= CRaw().schreiben((wdir + L"/farbe24.raw").c_str(), &b) == 0;  // red-green-blue, colour type 3
+    // Planar rows, third plane red: a red-to-blue ramp with green bands.
+    muster(b, W, H, 3, 1, [&](int x, int y, int c) { return uint32_t(c == 2 ? x * 2 : c == 1 ? (y / 8) * 32 : 255 - x * 2); });
+    b.info[0] = 1, b.info[1] = 2;
+    ok &= CBia().schreiben((wdir + L"/planar24.bia").c_str(), &b) == 0;
+    // Four colour bytes per pixel (blue, green, red, spare), marked by farbe32.
+    b.farbe32 = 256;
+    muster(b, W, H, 4, 0, [&](int x, int y, int c) { return uint32_t(c == 0 ? y * 4 : c == 1 ? 128 : c == 2 ? x * 2 : 255); });
+    ok &= CBia().schreiben((wdir + L"/farbe32.bir").c_str(), &b) == 0;
     if (!ok) std::fprintf(stderr, "beispiele: could not write every sample into %s\n", dir.c_str());
     return ok ? 0 : 1;
 }

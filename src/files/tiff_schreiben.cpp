@@ -7,6 +7,7 @@
 #include "bild/bytes.h"
 #include "bild/groesse.h"
 #include "bild/zeile.h"
+#include "files/format.h"
 #include "files/tiff.h"
 
 namespace {
@@ -35,11 +36,6 @@ const Tiefe* tiefe_von(int bpp) {
     return nullptr;
 }
 
-bool schreibbar(const CBILD* image) {
-    return image && image->breite >= 1 && image->hoehe >= 1 && image->zeile &&
-           (image->bpp == 1 || image->bpp == 2 || image->bpp == 3 || image->bpp == 4 || image->bpp == 6);
-}
-
 constexpr uint16_t kShort = 3, kLong = 4, kRational = 5;
 
 void eintrag(unsigned char*& p, uint16_t tag, uint16_t typ, uint32_t anzahl, uint32_t wert) {
@@ -66,19 +62,11 @@ void ebenen_rueckwaerts(const T* __restrict src, size_t ebene, size_t n, T* __re
 int CTiff::schreiben(const wchar_t* name, CBILD* image) { return schreibenteil(name, image, nullptr); }
 
 int CTiff::schreibenteil(const wchar_t* name, CBILD* image, CTeilbereich* region) {
-    if (!schreibbar(image)) return 12;
-    int x = 0, y = 0, w = image->breite, h = image->hoehe;
-    if (region) {
-        region->testteilx(image->breite);
-        region->testteily(image->hoehe);
-        x = region->links;
-        y = region->oben;
-        w = region->breite;
-        h = region->hoehe;
-        // A region of no pixels (its own width or height below 1) has nothing
-        // a TIFF can describe.
-        if (w < 1 || h < 1) return 12;
-    }
+    bild::Rechteck r;
+    // A region of no pixels (its own width or height below 1) has nothing a
+    // TIFF can describe.
+    if (!bild::schreibbereich(image, region, &r) || r.breite < 1 || r.hoehe < 1) return 12;
+    const int x = r.x, y = r.y, w = r.breite, h = r.hoehe;
     // Classic TIFF addresses 32 bits: the pixel data must end below 4 GiB.
     uint64_t pixel = 0;
     const uint64_t streifen = uint64_t(h - 1) / kZeilenProStreifen + 1;

@@ -1,5 +1,9 @@
 // The converter end to end: result lines, output names, a batch that goes on.
+#include <fcntl.h>
+#include <sys/stat.h>
+
 #include <sstream>
+#include <thread>
 
 #include "bildlib.h"
 #include "hilfe.h"
@@ -135,4 +139,56 @@ TEST_F(Konverter, LibtiffReadsTheSamePixels) {
             EXPECT_EQ(pixel[i + 1], uint8_t(y));
             EXPECT_EQ(pixel[i + 2], uint8_t(x));
         }
+}
+
+TEST_F(Konverter, MixedBatchUnderFewFileHandlesLeavesInputsAlone) {
+    // Good and bad BMP, BIA and raw files in turn; the bad ones fail at
+    // different steps (short rows, unsupported depth, wrong magic).
+    CBILD muster(0, 0);
+    muster.speicher(3, 2, 3);
+    for (uint32_t i = 0; i < muster.puffergroesse; ++i) muster.puffer[i] = uint8_t(i * 9);
+    ASSERT_EQ(muster.bildspeich(w(pfad("gut.bia")).c_str()), 0);
+    ASSERT_EQ(muster.bildspeich(w(pfad("gut.raw")).c_str()), 0);
+    Bytes bmp = bmp24(3, 2), bia = lies_datei(pfad("gut.bia")), raw = lies_datei(pfad("gut.raw"));
+    Bytes kurz = bmp, tiefe5 = bia, magie = raw;
+    kurz.resize(kurz.size() - 1);
+    put16(tiefe5, 4, 5);
+    magie[4] = 'X';
+    const struct { const char* ext; const Bytes* daten; bool gut; } arten[] = {
+        {".bmp", &bmp, true}, {".bmp", &kurz, false}, {".bia", &bia, true},
+        {".bir", &tiefe5, false}, {".raw", &raw, true}, {".raw", &magie, false},
+    };
+    std::string args, erwartet;
+    std::vector<std::pair<std::string, const Bytes*>> eingaben;
+    for (int i = 0; i < 360; ++i) {
+        const auto& a = arten[i % 6];
+        const std::string name = "f" + std::to_string(i) + a.ext;
+        schreib_datei(pfad(name), *a.daten);
+        eingaben.emplace_back(name, a.daten);
+        args += " " + name;
+        erwartet += "Convert " + name + (a.gut ? ": OK\n" : ": Error reading image\n");
+    }
+    EXPECT_EQ(laufe("cd '" + dir + "' && ulimit -n 32 && '" BILDCONV_PATH "'" + args + " 2>&1"), erwartet);
+    for (const auto& [name, daten] : eingaben) ASSERT_EQ(lies_datei(pfad(name)), *daten) << name;
+}
+
+TEST_F(Konverter, InputVanishingBetweenArgumentsFailsAlone) {
+    // a.bmp is a pipe: b.bmp is removed while a.bmp is still being read, so
+    // it is gone when its turn comes; c.bmp still converts.
+    const Bytes a = bmp24(4, 3);
+    schreib_datei(pfad("b.bmp"), a);
+    schreib_datei(pfad("c.bmp"), a);
+    ASSERT_EQ(::mkfifo(pfad("a.bmp").c_str(), 0644), 0);
+    std::thread schreiber([&] {
+        const int fd = ::open(pfad("a.bmp").c_str(), O_WRONLY);
+        if (fd < 0) return;
+        ssize_t n = ::write(fd, a.data(), a.size() - 1);
+        std::remove(pfad("b.bmp").c_str());
+        n += ::write(fd, a.data() + a.size() - 1, 1);
+        ::close(fd);
+    });
+    const std::string out = konvertiere("a.bmp b.bmp c.bmp");
+    schreiber.join();
+    EXPECT_EQ(out, "Convert a.bmp: OK\nConvert b.bmp: Error reading image\nConvert c.bmp: OK\n");
+    EXPECT_EQ(lies_datei(pfad("a.bmp.tif")), lies_datei(pfad("c.bmp.tif")));
 }

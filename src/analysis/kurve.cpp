@@ -55,7 +55,12 @@ std::unique_ptr<double[]> CKurve::groesse(int n) {
     return alt;
 }
 
-CKurve& CKurve::operator=(const CKurve& src) { return *setzen(&src); }
+// setzen assigns every member (and handles a curve copied onto itself).
+// cppcheck-suppress operatorEqVarError
+CKurve& CKurve::operator=(const CKurve& src) {
+    if (&src != this) setzen(&src);
+    return *this;
+}
 
 CKurve* CKurve::setzen(const CKurve* src) {
     if (!src) {

@@ -50,7 +50,7 @@ void CBILD::setzrawvalue(unsigned* values) {
     // Row 1 belongs to the pattern even when the image has one row only:
     // then it is simply not there to write.
     for (int y = 0; y < std::min(hoehe, 2); ++y) {
-        const unsigned gerade = values[2 * y], ungerade = values[2 * y + 1];
+        const unsigned gerade = values[size_t(2 * y)], ungerade = values[size_t(2 * y + 1)];
         for (size_t x = 0; x < n; ++x) {
             const unsigned v = (x & 1) ? ungerade : gerade;
             if (bpp == 1)

@@ -77,18 +77,12 @@ TEST_F(BmpSchreiben, HeaderGrayTableBottomUpRowsAndPadding) {
     ASSERT_EQ(schreibe(a), 0);
     const Bytes d = lies_datei(pfad("t.bmp"));
     ASSERT_EQ(d.size(), 54u + 1024 + 3 * 8);
-    EXPECT_EQ(d[0], 'B');
-    EXPECT_EQ(d[1], 'M');
-    EXPECT_EQ(get32(d, 2), d.size());
-    EXPECT_EQ(get32(d, 10), 1078u);
-    EXPECT_EQ(get32(d, 14), 40u);
-    EXPECT_EQ(get32(d, 18), 5u);
-    EXPECT_EQ(get32(d, 22), 3u);  // positive: bottom-up
+    EXPECT_EQ(std::string(d.begin(), d.begin() + 2), "BM");
+    // file size, data offset, info size, width, height (positive: bottom-up), bits, compression, image size, colours
+    const uint32_t felder[][2] = {{2, uint32_t(d.size())}, {10, 1078}, {14, 40}, {18, 5}, {22, 3}, {30, 0}, {34, 24}, {46, 256}};
+    for (auto [stelle, wert] : felder) EXPECT_EQ(get32(d, stelle), wert) << stelle;
     EXPECT_EQ(get16(d, 26), 1u);
     EXPECT_EQ(get16(d, 28), 8u);
-    EXPECT_EQ(get32(d, 30), 0u);
-    EXPECT_EQ(get32(d, 34), 24u);
-    EXPECT_EQ(get32(d, 46), 256u);
     EXPECT_EQ(get32(d, 54 + 4 * 200), 0x00C8C8C8u);
     EXPECT_EQ(Bytes(d.begin() + 1078, d.begin() + 1086), (Bytes{20, 21, 22, 23, 24, 0, 0, 0}));  // bottom row first
     EXPECT_EQ(Bytes(d.end() - 8, d.end()), (Bytes{0, 1, 2, 3, 4, 0, 0, 0}));

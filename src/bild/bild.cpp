@@ -55,6 +55,17 @@ void CTeilbereich::setzteilbild(int w, int h, int x, int y, int width, int heigh
     testteily(h);
 }
 
+bool CTeilbereich::schreibbereich(CTeilbereich* region, int w, int h, CTeilbereich* ergebnis) {
+    if (!region) {
+        *ergebnis = CTeilbereich(0, 0, w, h);
+        return w >= 1 && h >= 1;
+    }
+    region->testteilx(w);
+    region->testteily(h);
+    *ergebnis = *region;
+    return region->breite >= 1 && region->hoehe >= 1;
+}
+
 CBILD::CBILD(int width, int height)
     : zeile(nullptr), breite(0), hoehe(0), bpp(1), flag(0), info{0, 0, 0, 0}, farbe32(0),
       palette{}, puffer(nullptr), puffergroesse(0), zusatz(0) {

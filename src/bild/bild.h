@@ -33,6 +33,9 @@ public:
     void testteily(int limit);
     // Set the rectangle and fit it into a w x h image with the same rules.
     void setzteilbild(int w, int h, int x, int y, int width, int height);
+    // What a writer writes of a w x h image: all of it without a region
+    // (null), else the region fitted in place. False when that has no pixels.
+    static bool schreibbereich(CTeilbereich* region, int w, int h, CTeilbereich* ergebnis);
 };
 
 class CBILD {

@@ -37,16 +37,9 @@ int CBmp::schreiben(const wchar_t* name, CBILD* image) { return schreibenteil(na
 
 int CBmp::schreibenteil(const wchar_t* name, CBILD* image, CTeilbereich* region) {
     if (!image || image->breite < 1 || image->hoehe < 1 || !image->zeile || bits_von(image->bpp) == 0) return 12;
-    int x = 0, y = 0, w = image->breite, h = image->hoehe;
-    if (region) {
-        region->testteilx(image->breite);
-        region->testteily(image->hoehe);
-        x = region->links;
-        y = region->oben;
-        w = region->breite;
-        h = region->hoehe;
-        if (w < 1 || h < 1) return 12;
-    }
+    CTeilbereich r;
+    if (!CTeilbereich::schreibbereich(region, image->breite, image->hoehe, &r)) return 12;
+    const int w = r.breite, h = r.hoehe;
     // Our reader masks its stride to 16 bits: a row of 64 KiB or more comes
     // back right only when it needs no padding. Files stay below 2 GiB, the
     // limit of readers that take the size fields as signed.
@@ -56,7 +49,7 @@ int CBmp::schreibenteil(const wchar_t* name, CBILD* image, CTeilbereich* region)
         !bild::produkt_passt(stride, h, 1, INT32_MAX - kKopf - kFarbtabelle, &gesamt))
         return 12;
 
-    int result = ausbmp0(image, name, x, y, w, h);
+    int result = ausbmp0(image, name, r.links, r.oben, w, h);
     if (result == 0) result = ausbmp1(image);
     if (ausbmp2() != 0) result = 4;
     return result;

@@ -123,7 +123,7 @@ private:
         s_.i += 4;
         const size_t da = std::min(len, s_.n - s_.i);
         const size_t anzahl = std::min(da, kap_ - o_);
-        std::memcpy(z_ + o_, s_.q + s_.i, anzahl);
+        if (anzahl) std::memcpy(z_ + o_, s_.q + s_.i, anzahl);  // z_ may be null when kap is 0
         o_ += anzahl;
         s_.i += da;
         if (da < len) s_.leer = true;

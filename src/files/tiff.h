@@ -19,8 +19,11 @@ public:
     // unusable.
     int lesen(const wchar_t* name, CBILD* image);
     // Open, parse the first directory, plan the strips or tiles; the image's
-    // geometry is then known (lesebreite() ... ).
+    // geometry is then known: width, height and bytes per pixel below.
     int eintiff0(const wchar_t* name);
+    int lesebreite() const { return breite_; }
+    int lesehoehe() const { return hoehe_; }
+    int lesebpp() const { return bpp_; }
     // The next image row, top to bottom, into `row` (width x bytes per pixel
     // bytes); decodes the next band of strips or tiles when the last is used up.
     int eintiff1(unsigned char* row);

@@ -55,24 +55,17 @@ int CTiff::schreiben(const wchar_t* name, CBILD* image) { return schreibenteil(n
 
 int CTiff::schreibenteil(const wchar_t* name, CBILD* image, CTeilbereich* region) {
     if (!schreibbar(image)) return 12;
-    int x = 0, y = 0, w = image->breite, h = image->hoehe;
-    if (region) {
-        region->testteilx(image->breite);
-        region->testteily(image->hoehe);
-        x = region->links;
-        y = region->oben;
-        w = region->breite;
-        h = region->hoehe;
-        // A region of no pixels (its own width or height below 1) has nothing
-        // a TIFF can describe.
-        if (w < 1 || h < 1) return 12;
-    }
+    // A region of no pixels (its own width or height below 1) has nothing a
+    // TIFF can describe.
+    CTeilbereich r;
+    if (!CTeilbereich::schreibbereich(region, image->breite, image->hoehe, &r)) return 12;
+    const int w = r.breite, h = r.hoehe;
     // Classic TIFF addresses 32 bits: the pixel data must end below 4 GiB.
     uint64_t pixel = 0;
     const uint64_t streifen = uint64_t(h - 1) / kZeilenProStreifen + 1;
     if (!bild::produkt_passt(w, h, image->bpp, UINT32_MAX - 222 - 8 * streifen, &pixel)) return 12;
 
-    int result = austiff0(image, name, x, y, w, h);
+    int result = austiff0(image, name, r.links, r.oben, w, h);
     if (result == 0) result = austiff1(image);
     if (austiff2() != 0) result = 4;
     return result;

@@ -1,6 +1,7 @@
 // Writes the sample images of this folder: `beispiele <folder>`. Every
 // sample is made here from arithmetic patterns, so the repository ships
-// nothing it did not make itself.
+// nothing it did not make itself. Depths our BMP writer carries (8, 16 and
+// 24 bits) are written by it; 1-, 4- and 32-bit files are put together here.
 #include <cstdint>
 #include <cstdio>
 #include <string>
@@ -48,6 +49,18 @@ Bytes graupalette(int n) {
     return p;
 }
 
+// An image of the given depth filled by `pixel(y, row)`, written by CBmp.
+template <typename Pixel>
+bool bmp_bild(const std::string& pfad, int bpp, int breite, int hoehe, Pixel pixel) {
+    CBILD bild(0, 0);
+    bild.speicher(breite, hoehe, bpp);
+    bild.flag = 0;  // blue, green, red: the order of the file
+    for (int y = 0; y < hoehe; ++y) pixel(y, bild.zeile[y]);
+    const std::wstring name(pfad.begin(), pfad.end());
+    CBmp bmp;
+    return bmp.schreiben(name.c_str(), &bild) == 0;
+}
+
 bool schreibe(const std::string& pfad, const Bytes& b) {
     FILE* f = std::fopen(pfad.c_str(), "wb");
     if (!f) return false;
@@ -82,16 +95,16 @@ int main(int argc, char** argv) {
     const std::string dir = argc > 1 ? argv[1] : ".";
     const int W = 96, H = 64;
     bool ok = true;
-    ok &= schreibe(dir + "/farbverlauf24.bmp", bmp(24, W, H, false, [&](int y, unsigned char* z) {
+    ok &= bmp_bild(dir + "/farbverlauf24.bmp", 3, W, H, [&](int y, unsigned char* z) {
         for (int x = 0; x < W; ++x) {
             z[3 * x] = uint8_t(255 - x * 255 / W);  // blue
             z[3 * x + 1] = uint8_t(y * 255 / H);    // green
             z[3 * x + 2] = uint8_t(x * 255 / W);    // red
         }
-    }));
-    ok &= schreibe(dir + "/grau8.bmp", bmp(8, W, H, false, [&](int y, unsigned char* z) {
+    });
+    ok &= bmp_bild(dir + "/grau8.bmp", 1, W, H, [&](int y, unsigned char* z) {
         for (int x = 0; x < W; ++x) z[x] = uint8_t((x * 2 + y * 3) & 0xFF);
-    }, graupalette(256)));
+    });
     ok &= schreibe(dir + "/schach1.bmp", bmp(1, 40, 24, false, [&](int y, unsigned char* z) {
         for (int x = 0; x < 40; ++x)
             if (((x / 4) + (y / 4)) & 1) z[x / 8] |= uint8_t(0x80 >> (x % 8));
@@ -99,9 +112,9 @@ int main(int argc, char** argv) {
     ok &= schreibe(dir + "/stufen4.bmp", bmp(4, 33, 16, false, [&](int y, unsigned char* z) {
         for (int x = 0; x < 33; ++x) z[x / 2] |= uint8_t(((x + y) & 15) << (x % 2 ? 0 : 4));
     }, graupalette(16)));
-    ok &= schreibe(dir + "/rampe16.bmp", bmp(16, W, H, false, [&](int y, unsigned char* z) {
+    ok &= bmp_bild(dir + "/rampe16.bmp", 2, W, H, [&](int y, unsigned char* z) {
         for (int x = 0; x < W; ++x) bild::put_le16(z + 2 * x, uint32_t(x * 300 + y * 7));
-    }));
+    });
     Bytes masken(12);
     bild::put_le32(&masken[0], 0x00FF0000);
     bild::put_le32(&masken[4], 0x0000FF00);
@@ -109,9 +122,9 @@ int main(int argc, char** argv) {
     ok &= schreibe(dir + "/oben32.bmp", bmp(32, W, H, true, [&](int y, unsigned char* z) {
         for (int x = 0; x < W; ++x) bild::put_le32(z + 4 * x, uint32_t((x * 2) << 16 | (y * 4) << 8 | 128 | 0xFF000000u));
     }, masken));
-    ok &= schreibe(dir + "/klein.bmp", bmp(24, 8, 8, false, [&](int y, unsigned char* z) {
+    ok &= bmp_bild(dir + "/klein.bmp", 3, 8, 8, [&](int y, unsigned char* z) {
         for (int x = 0; x < 24; ++x) z[x] = uint8_t(x * 10 + y);
-    }));
+    });
 
     // The native formats, written by the library's own writers.
     const std::wstring wdir(dir.begin(), dir.end());

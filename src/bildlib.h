@@ -13,5 +13,6 @@
 #include "files/jpg.h"
 #include "files/raw.h"
 #include "files/tiff.h"
+#include "files/tiff_dekomp.h"
 #include "sdk/fehler.h"
 #include "sdk/ramfileloader.h"

@@ -1,5 +1,7 @@
 // CBmp: Windows bitmap files. The reader takes the pixel bytes as stored: it
-// applies no colour table, decompresses nothing and checks no signature.
+// applies no colour table, decompresses nothing and checks no signature. The
+// writer stores 1-, 2-, 3- and 6-byte images as 8-, 16-, 24- and 48-bit
+// files that the reader takes back to the same pixels.
 #pragma once
 #include <cstdint>
 #include <memory>
@@ -19,9 +21,14 @@ public:
     int einbmp1(unsigned char* row);   // one stored row into `row`
     int einbmp2();                     // close
 
-    // The writer arrives later; until then it refuses every image with 12.
+    // 0 success; 1 name null or empty; 2 the file cannot be opened; 4 a
+    // write or closing failed; 12 the image (or region) cannot be written.
     int schreiben(const wchar_t* name, CBILD* image);
     int schreibenteil(const wchar_t* name, CBILD* image, CTeilbereich* region);
+    // Open the file and write the headers (and the gray table of 8-bit files).
+    int ausbmp0(CBILD* image, const wchar_t* name, int x, int y, int width, int height);
+    int ausbmp1(CBILD* image);  // the rows, bottom row first
+    int ausbmp2();              // close; 4 when closing fails
 
     void wandel32(unsigned int* src, int count, unsigned char* dst);
     static int getshift32(unsigned int mask, int* shift);
@@ -51,4 +58,5 @@ public:
 private:
     bool ueberspringe(int64_t n);
     size_t puffer_kapazitaet_ = 0;
+    int startx_ = 0, starty_ = 0;  // the region being written
 };

@@ -7,13 +7,11 @@
 #include "app/dateiname.h"
 #include "bild/bytes.h"
 #include "files/bmp.h"
+#include "files/bmp_format.h"
 
 namespace {
 
-// Offsets in the 14-byte file header followed by the 40-byte info header.
-constexpr int kDateiKopf = 14, kInfoKopf = 40, kKopf = kDateiKopf + kInfoKopf;
-constexpr int kOffsetDaten = 10, kOffsetBreite = 18, kOffsetHoehe = 22, kOffsetPlanes = 26,
-              kOffsetBits = 28, kOffsetKompression = 30;
+using namespace bmp;
 constexpr int kBlock = 1024;
 
 // Bytes per pixel of the image a bit count fills.
@@ -252,7 +250,3 @@ int CBmp::lesen(const wchar_t* name, CBILD* image) {
     if (einbmp2() != 0) result = 3;
     return result;
 }
-
-// The writer arrives later.
-int CBmp::schreiben(const wchar_t*, CBILD*) { return 12; }
-int CBmp::schreibenteil(const wchar_t*, CBILD*, CTeilbereich*) { return 12; }

@@ -1,19 +1,33 @@
 // CTiff: TIFF files. The writer stores an image, or a region of it, as an
 // uncompressed little-endian baseline TIFF with one directory of exactly 16
-// entries and 20 rows per strip.
+// entries and 20 rows per strip. The reader takes the first image of a
+// classic or BigTIFF file in either byte order: strips or tiles, chunky or
+// planar, uncompressed, PackBits, LZW or Deflate.
 #pragma once
 #include <cstdint>
 #include <vector>
 
 #include "bild/bild.h"
+#include "bild/bytes.h"
 #include "files/datei.h"
 
 class CTiff {
 public:
     // 0 success; 1 name null or empty; 2 the file cannot be opened;
-    // 3 a read came back short; 4 a write or closing failed; 12 the image
-    // (or, for the reader, the file's kind of image) is unusable.
+    // 3 a read came back short or the file is damaged; 4 a write or closing
+    // failed; 12 the image (or, for the reader, the file's kind of image) is
+    // unusable.
     int lesen(const wchar_t* name, CBILD* image);
+    // Open, parse the first directory, plan the strips or tiles; the image's
+    // geometry is then known: width, height and bytes per pixel below.
+    int eintiff0(const wchar_t* name);
+    int lesebreite() const { return breite_; }
+    int lesehoehe() const { return hoehe_; }
+    int lesebpp() const { return bpp_; }
+    // The next image row, top to bottom, into `row` (width x bytes per pixel
+    // bytes); decodes the next band of strips or tiles when the last is used up.
+    int eintiff1(unsigned char* row);
+    int eintiff2();  // close; 3 when closing fails
 
     int schreiben(const wchar_t* name, CBILD* image);
     int schreibenteil(const wchar_t* name, CBILD* image, CTeilbereich* region);
@@ -25,6 +39,10 @@ public:
     int austiff2();              // close; 4 when closing fails
 
 private:
+    int lies_band();
+    int lies_segment(size_t index, unsigned char* ziel, size_t erwartet);
+    void platziere(const unsigned char* segment, uint32_t spalte, int ebene, int zeilen);
+
     bild::Datei datei_;
     // Strip plan (offsets relative to the pixel data until austiff0 adds the
     // header size).
@@ -36,4 +54,26 @@ private:
     uint32_t xres_z_ = 1024, xres_n_ = 1024, yres_z_ = 1024, yres_n_ = 1024;
     int resunit_ = 1, planar_ = 1;
     uint32_t minsample_ = 0, maxsample_ = 255;
+
+    // Reader: the first directory (in the fields above where they are the
+    // same: size, bits, samples, photometric, planar, rows per strip) and the
+    // plan made from it.
+    bild::ByteOrder ordnung_;
+    uint64_t dateigroesse_ = 0;
+    uint32_t kompression_ = 1, praediktor_ = 1;
+    bool bitumkehr_ = false;           // FillOrder 2: bits of each byte reversed
+    int bpp_ = 1, flag_ = 0, farbe32_ = 0;  // the image to fill
+    std::vector<uint32_t> palette_;    // from the ColorMap, 0x00RRGGBB
+    unsigned char wert_[16] = {};      // value of a 1-, 2- or 4-bit sample in the image
+    // Strips are segments as wide as the image; tiles are segments of a
+    // grid. Segment k of plane p in grid row r, column c has index
+    // (p * runter + r) * quer + c.
+    uint32_t segbreite_ = 0, seghoehe_ = 0, quer_ = 0, runter_ = 0;
+    int ebenen_ = 1;                   // 1, or the samples per pixel of a planar file
+    bool kacheln_ = false;
+    bool direkt_ = true;               // chunky strips decode straight into the band
+    size_t segzeile_ = 0, bandzeile_ = 0;
+    std::vector<uint64_t> segoffset_, seglaenge_;
+    std::vector<unsigned char> band_, segment_, roh_;
+    int zeile_ = 0, bandende_ = 0;     // next row; first row after the band held
 };

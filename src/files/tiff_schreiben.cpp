@@ -9,10 +9,11 @@
 #include "bild/zeile.h"
 #include "files/format.h"
 #include "files/tiff.h"
+#include "files/tiff_format.h"
 
 namespace {
 
-constexpr int kZeilenProStreifen = 20;
+constexpr int kZeilenProStreifen = int(tiff::kEigeneStreifenhoehe);
 constexpr uint32_t kKopf = 8, kEintraege = 16;
 // Header, entry count, entries, next-directory offset: the out-of-line
 // values start here.
@@ -36,7 +37,6 @@ const Tiefe* tiefe_von(int bpp) {
     return nullptr;
 }
 
-constexpr uint16_t kShort = 3, kLong = 4, kRational = 5;
 
 void eintrag(unsigned char*& p, uint16_t tag, uint16_t typ, uint32_t anzahl, uint32_t wert) {
     bild::put_le16(p, tag);
@@ -44,17 +44,6 @@ void eintrag(unsigned char*& p, uint16_t tag, uint16_t typ, uint32_t anzahl, uin
     bild::put_le32(p + 4, anzahl);
     bild::put_le32(p + 8, wert);  // a SHORT sits in the first two bytes, the rest 0
     p += 12;
-}
-
-// Planar source: three planes of `ebene` samples; output interleaved with
-// the third plane first.
-template <typename T>
-void ebenen_rueckwaerts(const T* __restrict src, size_t ebene, size_t n, T* __restrict dst) {
-    for (size_t i = 0; i < n; ++i) {
-        dst[3 * i] = src[2 * ebene + i];
-        dst[3 * i + 1] = src[ebene + i];
-        dst[3 * i + 2] = src[i];
-    }
 }
 
 }  // namespace
@@ -66,13 +55,13 @@ int CTiff::schreibenteil(const wchar_t* name, CBILD* image, CTeilbereich* region
     // A region of no pixels (its own width or height below 1) has nothing a
     // TIFF can describe.
     if (!bild::schreibbereich(image, region, &r) || r.breite < 1 || r.hoehe < 1) return 12;
-    const int x = r.x, y = r.y, w = r.breite, h = r.hoehe;
+    const int w = r.breite, h = r.hoehe;
     // Classic TIFF addresses 32 bits: the pixel data must end below 4 GiB.
     uint64_t pixel = 0;
     const uint64_t streifen = uint64_t(h - 1) / kZeilenProStreifen + 1;
     if (!bild::produkt_passt(w, h, image->bpp, UINT32_MAX - 222 - 8 * streifen, &pixel)) return 12;
 
-    int result = austiff0(image, name, x, y, w, h);
+    int result = austiff0(image, name, r.x, r.y, w, h);
     if (result == 0) result = austiff1(image);
     if (austiff2() != 0) result = 4;
     return result;
@@ -123,7 +112,7 @@ int CTiff::austiff0(CBILD* image, const wchar_t* name, int x, int y, int width, 
     // for a single strip, yet every offset gets 222 + 8n: a single-strip file
     // states its strip 8 bytes past where its rows begin. Readers of our own
     // files rely on exactly this layout, so it stays.
-    for (uint32_t& o : streifenoffset_) o += 222 + 8 * n;
+    for (uint32_t& o : streifenoffset_) o += tiff::kEigenerKopf + 8 * n;
 
     std::vector<unsigned char> kopf(aufloesung + 16);
     unsigned char* p = kopf.data();
@@ -133,22 +122,24 @@ int CTiff::austiff0(CBILD* image, const wchar_t* name, int x, int y, int width, 
     bild::put_le32(p + 4, kKopf);
     bild::put_le16(p + 8, kEintraege);
     p += 10;
-    eintrag(p, 254, kLong, 1, 0);
-    eintrag(p, 256, kLong, 1, uint32_t(breite_));
-    eintrag(p, 257, kLong, 1, uint32_t(hoehe_));
-    eintrag(p, 258, kShort, 1, bitspersample_);
-    eintrag(p, 259, kShort, 1, 1);
-    eintrag(p, 262, kShort, 1, photometric_);
-    eintrag(p, 273, kLong, n, n == 1 ? streifenoffset_[0] : kNachVerzeichnis);
-    eintrag(p, 277, kShort, 1, uint32_t(samplesperpixel_));
-    eintrag(p, 278, kLong, 1, uint32_t(rowsperstrip_));
-    eintrag(p, 279, kLong, n, n == 1 ? streifenlaenge_[0] : kNachVerzeichnis + 4 * n);
-    eintrag(p, 280, kShort, 1, minsample_);
-    eintrag(p, 281, bitspersample_ == 32 ? kLong : kShort, 1, maxsample_);
-    eintrag(p, 282, kRational, 1, aufloesung);
-    eintrag(p, 283, kRational, 1, aufloesung + 8);
-    eintrag(p, 284, kShort, 1, uint32_t(planar_));
-    eintrag(p, 296, kShort, 1, uint32_t(resunit_));
+    using namespace tiff;
+    // The entries follow kEigeneTags, which the reader uses to recognise our files.
+    eintrag(p, NewSubfileType, Long, 1, 0);
+    eintrag(p, ImageWidth, Long, 1, uint32_t(breite_));
+    eintrag(p, ImageLength, Long, 1, uint32_t(hoehe_));
+    eintrag(p, BitsPerSample, Short, 1, bitspersample_);
+    eintrag(p, Compression, Short, 1, Keine);
+    eintrag(p, Photometric, Short, 1, photometric_);
+    eintrag(p, StripOffsets, Long, n, n == 1 ? streifenoffset_[0] : kNachVerzeichnis);
+    eintrag(p, SamplesPerPixel, Short, 1, uint32_t(samplesperpixel_));
+    eintrag(p, RowsPerStrip, Long, 1, uint32_t(rowsperstrip_));
+    eintrag(p, StripByteCounts, Long, n, n == 1 ? streifenlaenge_[0] : kNachVerzeichnis + 4 * n);
+    eintrag(p, MinSampleValue, Short, 1, minsample_);
+    eintrag(p, MaxSampleValue, bitspersample_ == 32 ? Long : Short, 1, maxsample_);
+    eintrag(p, XResolution, Rational, 1, aufloesung);
+    eintrag(p, YResolution, Rational, 1, aufloesung + 8);
+    eintrag(p, PlanarConfiguration, Short, 1, uint32_t(planar_));
+    eintrag(p, ResolutionUnit, Short, 1, uint32_t(resunit_));
     bild::put_le32(p, 0);  // no further directory
     p += 4;
     if (n > 1) {
@@ -202,14 +193,14 @@ int CTiff::austiff1(CBILD* image) {
             if (image->flag == 0)
                 wandelzeile8(0, src + links, breite_, dst);
             else
-                ebenen_rueckwaerts(src + startx_, ebene, w, dst);
+                ebenen_verschachteln(src + startx_, ebene, w, true, dst);
         } else {
             auto* s16 = reinterpret_cast<unsigned short*>(src);
             auto* d16 = reinterpret_cast<unsigned short*>(dst);
             if (image->flag == 0)
                 wandelzeile16(0, s16 + 3 * size_t(startx_), breite_, d16);
             else
-                ebenen_rueckwaerts(s16 + startx_, ebene, w, d16);
+                ebenen_verschachteln(s16 + startx_, ebene, w, true, d16);
         }
         gefuellt += zeile;
         if (gefuellt == block.size() || i == hoehe_ - 1) {
@@ -227,6 +218,3 @@ int CTiff::austiff2() {
     streifen_ = 0;
     return ok ? 0 : 4;
 }
-
-// The reader arrives later; until then no TIFF file is read.
-int CTiff::lesen(const wchar_t*, CBILD*) { return 12; }

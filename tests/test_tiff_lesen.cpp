@@ -1,0 +1,359 @@
+// TIFF reader: our own files and BMP conversions round trip, a matrix of
+// layouts built in memory, the gray and palette mappings, one-change
+// refusals, damaged files, and files from tiffcp, Pillow and ImageMagick.
+#include <cstring>
+#include <functional>
+#include <sstream>
+
+#include "bildlib.h"
+#include "tiff_bau.h"
+
+namespace {
+
+class TiffLesen : public Ordner {
+protected:
+    int lies(const Bytes& datei, CBILD& bild) {
+        schreib_datei(pfad("t.tif"), datei);
+        return lies("t.tif", bild);
+    }
+    int lies(const std::string& name, CBILD& bild) { return bild.bildlese(w(pfad(name)).c_str()); }
+    Bytes schreibe(CBILD& bild, const std::string& name) {
+        EXPECT_EQ(bild.bildspeich(w(pfad(name)).c_str()), 0);
+        return lies_datei(pfad(name));
+    }
+    // Reads `name` and writes what it read: our TIFF of the file.
+    Bytes konvertiere(const std::string& name) {
+        CBILD b(0, 0);
+        EXPECT_EQ(lies(name, b), 0) << name;
+        return schreibe(b, name + ".tif");
+    }
+};
+
+void fuelle(CBILD& b) {
+    for (uint32_t i = 0; i < b.puffergroesse; ++i) b.puffer[i] = uint8_t(i * 29 + i / 7);
+}
+
+::testing::AssertionResult gleich(const CBILD& a, const CBILD& b) {
+    if (a.breite != b.breite || a.hoehe != b.hoehe || a.bpp != b.bpp) return ::testing::AssertionFailure() << "size";
+    for (int y = 0; y < a.hoehe; ++y)
+        if (std::memcmp(a.zeile[y], b.zeile[y], size_t(a.breite) * size_t(a.bpp)) != 0)
+            return ::testing::AssertionFailure() << "row " << y;
+    return ::testing::AssertionSuccess();
+}
+
+uint32_t probe(int x, int y, int c, int bits) {
+    const uint32_t v = uint32_t(x) * 2654435761u ^ uint32_t(y) * 40503u ^ uint32_t(c) * 977u;
+    return bits == 32 ? v : v & ((1u << bits) - 1);
+}
+
+// A 37 x 23 image of probe() samples: strips of 5 rows or 16 x 16 tiles
+// (overhanging right and bottom), chunky or planar, with the predictor's
+// differences and LZW when asked; layout bits: 1 MM, 2 BigTIFF, 4 planar,
+// 8 tiles, 16 predictor, 32 LZW.
+TiffBau baue(int spp, int bits, int k) {
+    const bool planar = k & 4, kacheln = k & 8;
+    const int W = 37, H = 23, tw = kacheln ? 16 : W, th = kacheln ? 16 : 5, pro = planar ? 1 : spp;
+    TiffBau t = TiffBau::bild(W, H, bits, spp, spp == 1 ? 1 : 2, {});
+    t.mm = k & 1;
+    t.big = k & 2;
+    t.kacheln = kacheln;
+    t.segmente.clear();
+    t.feld(259, 3, {k & 32 ? 5u : 1u});
+    t.feld(284, 3, {planar ? 2u : 1u});
+    t.feld(317, 3, {k & 16 ? 2u : 1u});
+    t.feld(kacheln ? 322 : 278, 3, {uint64_t(tw)});
+    t.feld(kacheln ? 323 : 278, 3, {uint64_t(th)});
+    for (int p = 0; p < (planar ? spp : 1); ++p)
+        for (int ty = 0; ty < H; ty += th)
+            for (int tx = 0; tx < W; tx += tw) {
+                Bytes seg;
+                for (int r = 0; r < (kacheln ? th : std::min(th, H - ty)); ++r) {
+                    std::vector<uint32_t> z;
+                    for (int x = tx; x < tx + tw; ++x)
+                        for (int c = 0; c < pro; ++c) z.push_back(x < W && ty + r < H ? probe(x, ty + r, planar ? p : c, bits) : 0);
+                    for (size_t i = z.size() - 1; k & 16 && i >= size_t(pro); --i) z[i] -= z[i - size_t(pro)];
+                    Bytes b(z.size() * size_t(bits / 8));
+                    for (size_t i = 0; i < z.size(); ++i) t.put(b, i * size_t(bits / 8), z[i], size_t(bits / 8));
+                    seg.insert(seg.end(), b.begin(), b.end());
+                }
+                t.segmente.push_back(k & 32 ? lzw(seg) : seg);
+            }
+    return t;
+}
+
+}  // namespace
+
+TEST_F(TiffLesen, OwnFilesAndConvertedBmpsConvertToTheSameBytes) {
+    // Every depth, colour order and strip count we write: the reader gives
+    // the image back, and writing it again gives the same file.
+    struct Fall { int bpp, flag, farbe32; };
+    for (Fall f : {Fall{1, 0, 0}, Fall{2, 0, 0}, Fall{4, 0, 0}, Fall{3, 4, 0}, Fall{3, 0, 0}, Fall{3, 1, 0},
+                   Fall{6, 4, 0}, Fall{6, 0, 0}, Fall{6, 2, 0}, Fall{4, 0, 256}})
+        for (int breite : {1, 37})
+            for (int hoehe : {1, 20, 21, 23}) {
+                CBILD a(0, 0);
+                a.speicher(breite, hoehe, f.bpp);
+                a.flag = f.flag;
+                a.farbe32 = f.farbe32;
+                fuelle(a);
+                const Bytes datei = schreibe(a, "a.tif");
+                CBILD b(0, 0);
+                ASSERT_EQ(lies("a.tif", b), 0) << f.bpp << " " << f.flag << " " << breite << "x" << hoehe;
+                if (f.flag == 4 || f.bpp < 3) {
+                    EXPECT_TRUE(gleich(a, b));
+                }
+                EXPECT_EQ(b.flag, f.bpp == 3 || f.bpp == 6 || f.farbe32 ? 4 : 0);
+                EXPECT_EQ(schreibe(b, "b.tif"), datei) << f.bpp << " " << f.flag << " " << breite << "x" << hoehe;
+            }
+    // BMP -> TIFF -> TIFF for every BMP depth.
+    for (int bits : {1, 4, 8, 16, 24, 32, 48})
+        for (int hoehe : {1, 21}) {
+            BmpBau bau;
+            bau.bits = bits;
+            bau.breite = 37;
+            bau.hoehe = hoehe;
+            std::vector<Bytes> zeilen(size_t(hoehe), Bytes(size_t(bau.stride())));
+            for (size_t i = 0; i < zeilen.size() * zeilen[0].size(); ++i) zeilen[i / zeilen[0].size()][i % zeilen[0].size()] = uint8_t(i * 13);
+            schreib_datei(pfad("a.bmp"), bau.bau(zeilen));
+            const Bytes erst = konvertiere("a.bmp");
+            EXPECT_EQ(konvertiere("a.bmp.tif"), erst) << bits << " " << hoehe;
+        }
+    // Our single-strip layout is recognised exactly: one byte more and the
+    // strip really starts at 230, running past the end.
+    CBILD a(7, 3), b(0, 0);
+    fuelle(a);
+    Bytes d = schreibe(a, "a.tif");
+    d.push_back(0);
+    EXPECT_EQ(lies(d, b), 3);
+}
+
+TEST_F(TiffLesen, LayoutMatrixByteOrderBigTiffPlanarTilesPredictorLzw) {
+    for (auto [spp, bits] : {std::pair{1, 8}, {1, 16}, {1, 32}, {3, 8}, {3, 16}, {4, 8}})
+        for (int k = 0; k < 64; ++k) {
+            CBILD bild(0, 0);
+            ASSERT_EQ(lies(baue(spp, bits, k).bau(), bild), 0) << spp << "x" << bits << " layout " << k;
+            ASSERT_EQ(bild.bpp, spp * bits / 8);
+            EXPECT_EQ(bild.flag, spp == 1 ? 0 : 4);
+            EXPECT_EQ(bild.farbe32, spp == 4 ? 256 : 0);
+            bool ok = true;
+            for (int i = 0; i < 37 * 23 * spp; ++i) {
+                uint32_t v = 0;
+                std::memcpy(&v, bild.zeile[i / (37 * spp)] + (i % (37 * spp)) * bits / 8, size_t(bits / 8));
+                ok = ok && v == probe(i / spp % 37, i / (37 * spp), i % spp, bits);
+            }
+            EXPECT_TRUE(ok) << spp << "x" << bits << " layout " << k;
+        }
+}
+
+TEST_F(TiffLesen, GrayAndPaletteMappings) {
+    CBILD b(0, 0);
+    auto zeile = [&b, this](const TiffBau& t, int y = 0) {
+        EXPECT_EQ(lies(t.bau(), b), 0);
+        return Bytes(b.zeile[y], b.zeile[y] + b.breite * b.bpp);
+    };
+    // 1 bit: white reads as 254, as from 1-bit BMP files; WhiteIsZero
+    // inverts; FillOrder 2 stores each byte's bits reversed.
+    const Bytes soll = {254, 0, 254, 254, 0, 0, 254, 254, 254, 0, 254};
+    EXPECT_EQ(zeile(TiffBau::bild(11, 2, 1, 1, 1, {0xB3, 0xA0, 0x0F, 0xE0})), soll);
+    EXPECT_EQ(zeile(TiffBau::bild(11, 2, 1, 1, 0, {0xB3, 0xA0, 0x0F, 0xE0}), 1),
+              (Bytes{254, 254, 254, 254, 0, 0, 0, 0, 0, 0, 0}));
+    TiffBau f = TiffBau::bild(11, 2, 1, 1, 1, {0xCD, 0x05, 0xF0, 0x07});
+    f.feld(266, 3, {2});
+    EXPECT_EQ(zeile(f), soll);
+    // 4 bit: the level times 16, as from 4-bit BMP files.
+    EXPECT_EQ(zeile(TiffBau::bild(3, 1, 4, 1, 1, {0x7A, 0xF0})), (Bytes{0x70, 0xA0, 0xF0}));
+    EXPECT_EQ(zeile(TiffBau::bild(3, 1, 4, 1, 0, {0x7A, 0xF0})), (Bytes{0x80, 0x50, 0x00}));
+    EXPECT_EQ(zeile(TiffBau::bild(3, 1, 8, 1, 0, {0, 10, 255})), (Bytes{255, 245, 0}));
+    TiffBau g = TiffBau::bild(1, 1, 16, 1, 0, {0x12, 0x34});
+    g.mm = true;
+    EXPECT_EQ(zeile(g), (Bytes{0xCB, 0xED}));  // 65535 - 0x1234, little-endian
+    // Palette: indices as they are, the map's high bytes as 0x00RRGGBB.
+    for (int bits : {4, 8}) {
+        const uint64_t n = uint64_t(1) << bits;
+        std::vector<uint64_t> karte(3 * n, 0x80FF);
+        for (uint64_t i = 0; i < n; ++i) karte[i] = ((i * 16) & 0xFF) << 8 | 0x77, karte[n + i] = (255 - i) << 8;
+        TiffBau t = TiffBau::bild(3, 1, bits, 1, 3, bits == 4 ? Bytes{0x1F, 0x20} : Bytes{1, 15, 2});
+        t.feld(320, 3, karte);
+        EXPECT_EQ(zeile(t), (Bytes{1, 15, 2}));
+        for (uint32_t i : {0u, 1u, 15u}) EXPECT_EQ(b.palette[i], ((i * 16) & 0xFF) << 16 | (255 - i) << 8 | 0x80);
+        t.felder.erase(320);
+        EXPECT_EQ(lies(t.bau(), b), 3) << "palette without its map";
+    }
+}
+
+TEST_F(TiffLesen, OneChangeRefusals) {
+    struct Fall { const char* was; std::function<void(TiffBau&)> aendern; int code; };
+    const std::vector<Fall> faelle = {
+        {"JPEG", [](TiffBau& t) { t.feld(259, 3, {7}); }, 12},
+        {"CCITT", [](TiffBau& t) { t.feld(259, 3, {3}); }, 12},
+        {"float", [](TiffBau& t) { t.feld(339, 3, {3}); }, 12},
+        {"signed", [](TiffBau& t) { t.feld(339, 3, {2}); }, 12},
+        {"2-bit gray", [](TiffBau& t) { t.feld(258, 3, {2}); }, 12},
+        {"5 samples", [](TiffBau& t) { t.feld(277, 3, {5}); }, 12},
+        {"gray + alpha", [](TiffBau& t) { t.feld(277, 3, {2}); }, 12},
+        {"CMYK", [](TiffBau& t) { t.feld(262, 3, {5}); }, 12},
+        {"RGB of mixed bits", [](TiffBau& t) { t.feld(262, 3, {2}); t.feld(277, 3, {3}); t.feld(258, 3, {8, 16, 8}); }, 12},
+        {"float predictor", [](TiffBau& t) { t.feld(317, 3, {3}); }, 12},
+        {"planar 3", [](TiffBau& t) { t.feld(284, 3, {3}); }, 12},
+        {"width above 2^31", [](TiffBau& t) { t.feld(256, 4, {0x80000000u}); }, 12},
+        {"width 0", [](TiffBau& t) { t.feld(256, 4, {0}); }, 3},
+        {"no photometric", [](TiffBau& t) { t.felder.erase(262); }, 3},
+        {"byte count too small", [](TiffBau& t) { t.feld(279, 4, {14}); }, 3},
+        {"strip past the end", [](TiffBau& t) { t.feld(273, 4, {100000}); }, 3},
+        {"offsets as text", [](TiffBau& t) { t.feld(273, 2, {8}); }, 3},
+        {"two strips, one offset", [](TiffBau& t) { t.feld(278, 4, {2}); }, 3},
+        {"tile width 0", [](TiffBau& t) { t.kacheln = true; t.feld(322, 3, {0}); t.feld(323, 3, {16}); }, 3},
+        {"huge image, tiny LZW strip", [](TiffBau& t) { t.feld(256, 4, {60000}); t.feld(257, 4, {60000}); t.feld(259, 3, {5}); }, 3},
+        {"LZW garbage", [](TiffBau& t) { t.feld(259, 3, {5}); }, 3},
+        {"Deflate garbage", [](TiffBau& t) { t.feld(259, 3, {8}); }, 3},
+        {"PackBits garbage", [](TiffBau& t) { t.feld(259, 3, {32773}); }, 3},
+    };
+    CBILD b(0, 0);
+    for (const Fall& f : faelle) {
+        TiffBau t = TiffBau::bild(5, 3, 8, 1, 1, Bytes(15, 0x42));
+        ASSERT_EQ(lies(t.bau(), b), 0);
+        b.speicher(2, 2, 6);
+        f.aendern(t);
+        EXPECT_EQ(lies(t.bau(), b), f.code) << f.was;
+        // Refused while planning, the image is left alone; damaged strips
+        // are found while rows are read, into an image of the new size.
+        EXPECT_EQ(b.bpp, std::strstr(f.was, "garbage") ? 1 : 6) << f.was;
+    }
+    const Bytes gut = TiffBau::bild(5, 3, 8, 1, 1, Bytes(15, 0x42)).bau();
+    for (auto [stelle, wert] : {std::pair<size_t, uint8_t>{0, 'X'}, {2, 41}, {4, 0xF0}, {24, 0xFF}}) {
+        Bytes d = gut;  // byte order, version, directory offset, entry count
+        d[stelle] = wert;
+        EXPECT_EQ(lies(d, b), 3) << stelle;
+    }
+    EXPECT_EQ(lies(Bytes(gut.begin(), gut.begin() + 30), b), 3);  // cut inside the directory
+    CTiff tiff;
+    EXPECT_EQ(tiff.lesen(L"", &b), 1);
+    EXPECT_EQ(tiff.lesen(nullptr, &b), 1);
+    EXPECT_EQ(tiff.lesen(w(pfad("fehlt.tif")).c_str(), &b), 2);
+}
+
+TEST_F(TiffLesen, DamagedFilesGiveCodesNeverCrashes) {
+    // Random byte changes, half of them in the directory at the end of
+    // these files: every result is a code; the sanitizers watch memory.
+    TiffBau p = TiffBau::bild(3, 1, 4, 1, 3, {0x1F, 0x20});
+    p.feld(320, 3, std::vector<uint64_t>(48, 0x1234));
+    const Bytes basen[] = {baue(3, 16, 63).bau(), baue(1, 8, 40).bau(), baue(4, 8, 16).bau(), p.bau(),
+                           TiffBau::bild(11, 2, 1, 1, 0, {0xB3, 0xA0, 0x0F, 0xE0}).bau()};
+    uint32_t saat = 7;
+    auto zufall = [&saat](size_t n) { return size_t((saat = saat * 1103515245u + 12345u) >> 8) % n; };
+    CBILD b(0, 0);
+    for (const Bytes& basis : basen)
+        for (int runde = 0; runde < 250; ++runde) {
+            Bytes d = basis;
+            for (int k = 0; k < 1 + runde % 3; ++k)
+                d[runde % 2 ? zufall(d.size()) : d.size() - 1 - zufall(std::min<size_t>(d.size(), 160))] = uint8_t(zufall(256));
+            if (runde % 25 == 0) d.resize(zufall(d.size()));
+            const int r = lies(d, b);
+            EXPECT_TRUE(r == 0 || r == 3 || r == 12) << r;
+        }
+}
+
+// ---- real producers ------------------------------------------------------
+
+TEST_F(TiffLesen, TiffcpVariantsReadLikeTheSource) {
+    if (laufe("command -v tiffcp").empty()) GTEST_SKIP() << "tiffcp (libtiff-tools) not installed";
+    const char* optionen[] = {"-c none", "-c lzw", "-c packbits", "-c zip", "-c lzw:2", "-c zip:2", "-t",
+                              "-t -w 16 -l 16 -c zip:2", "-p separate", "-p separate -t -c lzw:2", "-B",
+                              "-B -c lzw:2", "-8", "-8 -B -t -c zip", "-r 7 -c packbits", "-f lsb2msb -c lzw"};
+    // More than 20 rows: a standard file libtiff reads. (32-bit gray is left
+    // to the matrix: libtiff refuses the LONG MaxSampleValue we write.)
+    for (int bpp : {1, 2, 3, 6}) {
+        CBILD a(0, 0);
+        a.speicher(37, 45, bpp);
+        a.flag = 4;
+        fuelle(a);
+        schreibe(a, "a.tif");
+        for (const char* o : optionen) {
+            if (bpp != 3 && std::strstr(o, "separate")) continue;  // tiffcp: 8-bit colour only
+            int status = -1;
+            laufe("tiffcp " + std::string(o) + " '" + pfad("a.tif") + "' '" + pfad("b.tif") + "' 2>&1", &status);
+            ASSERT_EQ(status, 0) << o;
+            CBILD b(0, 0);
+            ASSERT_EQ(lies("b.tif", b), 0) << bpp << " " << o;
+            EXPECT_TRUE(gleich(a, b)) << bpp << " " << o;
+        }
+    }
+}
+
+TEST_F(TiffLesen, PillowAndImageMagickFilesMatchPillowsDecode) {
+    if (laufe("/usr/bin/python3 -c 'import PIL; print(1)' 2>/dev/null") != "1\n")
+        GTEST_SKIP() << "Pillow for /usr/bin/python3 not installed";
+    // Pillow writes every mode with every compression, then decodes them and
+    // the ImageMagick files into NAME.raw (and the palette into NAME.pal).
+    const std::string py = R"(
+import sys
+from PIL import Image
+d, W, H = sys.argv[1], 37, 23
+rgb = Image.new('RGB', (W, H))
+rgb.putdata([((x * 7 + y * 3) % 256, (x * y) % 256, (255 - x * 5) % 256) for y in range(H) for x in range(W)])
+rgba = rgb.copy()
+rgba.putalpha(Image.linear_gradient('L').resize((W, H)))
+bilder = {'1': rgb.convert('L').point(lambda v: 255 if v > 100 else 0).convert('1'), 'L': rgb.convert('L'),
+          'P': rgb.quantize(40), 'RGB': rgb, 'RGBA': rgba,
+          'I16': Image.frombytes('I;16', (W, H), bytes((x * 37 + 11) % 256 for x in range(2 * W * H)))}
+namen = sys.argv[2:]
+for mode, im in bilder.items():
+    for c in ['raw', 'tiff_lzw', 'tiff_adobe_deflate', 'tiff_deflate', 'packbits']:
+        namen.append(f'pil_{mode}_{c}.tif')
+        im.save(f'{d}/{namen[-1]}', compression=c)
+for n in namen:
+    im = Image.open(f'{d}/{n}')
+    open(f'{d}/{n}.raw', 'wb').write(im.convert('L').tobytes() if im.mode == '1' else im.tobytes())
+    if im.mode == 'P':
+        open(f'{d}/{n}.pal', 'wb').write(bytes(im.getpalette()[:768]))
+    print(n, im.mode, im.tag_v2.get(258, (0,))[0])
+for mode in ['I', 'F']:
+    rgb.convert('L').convert(mode).save(f'{d}/pil_{mode}.tif')
+    print(f'pil_{mode}.tif', mode, 32)
+)";
+    schreib_datei(pfad("erzeuge.py"), Bytes(py.begin(), py.end()));
+    std::string magick;
+    if (laufe("/usr/bin/convert -version 2>/dev/null").find("ImageMagick") != std::string::npos) {
+        const char* dateien[][2] = {
+            {"im_g1.tif", "gradient:black-white -monochrome -depth 1 -compress lzw"},
+            {"im_f1.tif", "gradient:black-white -monochrome -depth 1 -define tiff:fill-order=lsb"},
+            {"im_g4.tif", "gradient:black-white -depth 4 -compress zip"},
+            {"im_p4.tif", "plasma:fractal -colors 16 -type palette -depth 4"},
+            {"im_rgba.tif", "plasma:fractal -depth 8 -alpha set -channel A -evaluate set 50% +channel -compress zip"},
+            {"im_rgb16.tif", "gradient:red-blue -depth 16 -compress zip -define tiff:predictor=2"},
+            {"im_rle.tif", "plasma:fractal -depth 8 -compress RLE"}};
+        for (auto& [name, args] : dateien) {
+            laufe("cd '" + dir + "' && /usr/bin/convert -size 37x23 " + args + " " + name);
+            magick += std::string(" ") + name;
+        }
+    }
+    int status = -1;
+    std::istringstream liste(laufe("/usr/bin/python3 '" + pfad("erzeuge.py") + "' '" + dir + "'" + magick, &status));
+    ASSERT_EQ(status, 0);
+    std::string name, mode;
+    int bits = 0, anzahl = 0;
+    while (liste >> name >> mode >> bits) {
+        ++anzahl;
+        CBILD b(0, 0);
+        const int r = lies(name, b);
+        if (mode == "I" || mode == "F") {  // signed and floating-point samples
+            EXPECT_EQ(r, 12) << name;
+            continue;
+        }
+        ASSERT_EQ(r, 0) << name;
+        EXPECT_EQ(b.farbe32, mode == "RGBA" ? 256 : 0) << name;
+        // Pillow's 1-bit white is 255 (ours 254), its 4-bit gray the level
+        // x 17 (ours x 16), and it cuts 16-bit RGB to the high bytes.
+        Bytes unsere;
+        for (int y = 0; y < b.hoehe; ++y)
+            for (int i = 0; i < b.breite * b.bpp; i += b.bpp == 6 ? 2 : 1) {
+                const uint8_t v = b.zeile[y][i + (b.bpp == 6)];
+                unsere.push_back(mode == "1" ? (v ? 255 : 0) : mode == "L" && bits == 4 ? uint8_t(v / 16 * 17) : v);
+            }
+        EXPECT_EQ(unsere, lies_datei(pfad(name + ".raw"))) << name;
+        const Bytes pal = lies_datei(pfad(name + ".pal"));
+        for (size_t i = 0; mode == "P" && i < std::min(size_t(1) << bits, pal.size() / 3); ++i)
+            EXPECT_EQ(b.palette[i], uint32_t(pal[3 * i] << 16 | pal[3 * i + 1] << 8 | pal[3 * i + 2])) << name << " " << i;
+    }
+    EXPECT_GE(anzahl, 32);
+}

@@ -1,12 +1,17 @@
 #include "bild/bild.h"
 
 #include <algorithm>
+#include <cstdlib>
 #include <cstring>
 #include <memory>
 #include <new>
 #include <utility>
 
 #include "bild/groesse.h"
+
+#ifdef __linux__
+#include <sys/mman.h>
+#endif
 
 namespace {
 
@@ -19,6 +24,27 @@ unsigned char** neue_tabelle(int64_t zeilen) {
     if (zeilen < 0) throw std::bad_array_new_length();
     if (zeilen > kMaxZeilen) throw std::bad_alloc();
     return new unsigned char*[size_t(zeilen)];
+}
+
+// Pixel buffers of a huge page or more start on a huge-page boundary and ask
+// for huge pages: a fresh 144 MB image then costs about 70 page faults
+// instead of 35000, which is most of what filling it costs beyond the copy.
+// Smaller buffers are aligned to a cache line. Both come from aligned_alloc,
+// so one free releases either.
+constexpr size_t kGrosseSeite = size_t(2) << 20;
+constexpr size_t kZeilenAusrichtung = 64;
+
+unsigned char* neuer_puffer(size_t groesse) {
+    const size_t ausrichtung = groesse >= kGrosseSeite ? kGrosseSeite : kZeilenAusrichtung;
+    // aligned_alloc wants a multiple of the alignment; the rounding is never
+    // touched, so it costs address space only.
+    const size_t gerundet = (groesse + ausrichtung - 1) / ausrichtung * ausrichtung;
+    void* p = gerundet >= groesse ? std::aligned_alloc(ausrichtung, gerundet) : nullptr;
+    if (!p) throw std::bad_alloc();
+#if defined(__linux__) && defined(MADV_HUGEPAGE)
+    if (ausrichtung == kGrosseSeite) madvise(p, gerundet, MADV_HUGEPAGE);  // a hint: failure is harmless
+#endif
+    return static_cast<unsigned char*>(p);
 }
 
 // Fit [start, start + size) into [0, limit): move, do not cut, unless wider.
@@ -85,7 +111,7 @@ CBILD::CBILD(const CBILD& src) : CBILD(0, 0) { setzen(&src); }
 CBILD::~CBILD() { freigeben(); }
 
 void CBILD::freigeben() {
-    delete[] puffer;
+    std::free(puffer);
     delete[] zeile;
     puffer = nullptr;
     zeile = nullptr;
@@ -110,7 +136,7 @@ int CBILD::speicher(int width, int height, int bytesPerPixel) {
     if (!bild::produkt_passt(height, width, bytesPerPixel, UINT32_MAX, &groesse))
         throw std::bad_alloc();
     std::unique_ptr<unsigned char*[]> tabelle(neue_tabelle(height));
-    puffer = new unsigned char[size_t(groesse)];
+    puffer = neuer_puffer(size_t(groesse));
     zeile = tabelle.release();
     const size_t stride = size_t(width) * size_t(bytesPerPixel);
     for (int y = 0; y < height; ++y) zeile[y] = puffer + size_t(y) * stride;

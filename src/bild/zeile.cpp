@@ -4,6 +4,44 @@
 
 namespace {
 
+// Mode 0: dst[k] = src[k + 2], src[k], src[k - 2] for k mod 3 = 0, 1, 2.
+// Over a block of three vectors (48 bytes, a whole number of pixels) that is
+// three shifted loads under fixed masks, which the compiler turns into
+// plain SSE2 loads, ands and ors: no byte shuffles needed. The first pixel
+// and the tail, where a shifted load would leave the row, go one by one.
+template <typename T>
+void tausche_aussen(const T* __restrict src, size_t n, T* __restrict dst) {
+    constexpr size_t kBlock = 48 / sizeof(T);
+    static_assert(kBlock % 3 == 0, "a block holds whole pixels");
+    struct Masken {
+        T vor[kBlock], mitte[kBlock], zurueck[kBlock];
+    };
+    static constexpr Masken m = [] {
+        Masken r{};
+        for (size_t j = 0; j < kBlock; ++j) {
+            r.vor[j] = j % 3 == 0 ? T(~T(0)) : T(0);
+            r.mitte[j] = j % 3 == 1 ? T(~T(0)) : T(0);
+            r.zurueck[j] = j % 3 == 2 ? T(~T(0)) : T(0);
+        }
+        return r;
+    }();
+    auto pixel = [&](size_t i) {
+        dst[3 * i] = src[3 * i + 2];
+        dst[3 * i + 1] = src[3 * i + 1];
+        dst[3 * i + 2] = src[3 * i];
+    };
+    if (n == 0) return;
+    pixel(0);
+    size_t k = 3;  // element index, on a pixel boundary
+    for (; k + kBlock + 2 <= 3 * n; k += kBlock) {
+        const T* s = src + k;
+        T* d = dst + k;
+        for (size_t j = 0; j < kBlock; ++j)
+            d[j] = T((s[j + 2] & m.vor[j]) | (s[j] & m.mitte[j]) | (s[j - 2] & m.zurueck[j]));
+    }
+    for (size_t i = k / 3; i < n; ++i) pixel(i);
+}
+
 template <typename T>
 void wandelzeile(int mode, const T* __restrict src, int n, T* __restrict dst) {
     if (n < 1) return;
@@ -14,11 +52,7 @@ void wandelzeile(int mode, const T* __restrict src, int n, T* __restrict dst) {
     const size_t dritte = (mode == 1 || mode == 3) ? 2 * N : 0;
     switch (mode) {
         case 0:
-            for (size_t i = 0; i < N; ++i) {
-                dst[3 * i] = src[3 * i + 2];
-                dst[3 * i + 1] = src[3 * i + 1];
-                dst[3 * i + 2] = src[3 * i];
-            }
+            tausche_aussen(src, N, dst);
             break;
         case 3:
         case 4:

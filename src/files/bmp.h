@@ -19,6 +19,10 @@ public:
     int lesen(const wchar_t* name, CBILD* image);
     int einbmp0(const wchar_t* name);  // open, headers, position at the pixels
     int einbmp1(unsigned char* row);   // one stored row into `row`
+    // The next `count` stored rows into rows[0] ... rows[count - 1], as
+    // einbmp1 row by row would (stopping at the first that fails), but
+    // rows copied as stored move in with few reads.
+    int einbmp1n(unsigned char* const* rows, int count);
     int einbmp2();                     // close
 
     // 0 success; 1 name null or empty; 2 the file cannot be opened; 4 a

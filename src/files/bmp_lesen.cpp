@@ -223,6 +223,22 @@ int CBmp::einbmp1(unsigned char* row) {
     return result;
 }
 
+int CBmp::einbmp1n(unsigned char* const* rows, int count) {
+    // Rows stored as they are: the bytes, then the padding up to the stride
+    // (none when the 16-bit stride has wrapped below the row). The padding
+    // lands in the work buffer; odd bit counts whose padding does not fit
+    // there go row by row.
+    const int64_t anzahl = int64_t(breite) * gespeichert_von(bitcount);
+    const int64_t luecke = std::max<int64_t>(int64_t(stride) - anzahl, 0);
+    if (bitcount < 8 || bitcount == 32 || luecke > puffergroesse) {
+        for (int i = 0; i < count; ++i)
+            if (int result = einbmp1(rows[i])) return result;
+        return 0;
+    }
+    const size_t n = size_t(std::max(count, 0));
+    return datei.lies_zeilen(rows, n, size_t(anzahl), size_t(luecke), puffer.get()) == n ? 0 : 3;
+}
+
 int CBmp::einbmp2() {
     return datei.schliessen() ? 0 : 3;
 }
@@ -242,9 +258,14 @@ int CBmp::lesen(const wchar_t* name, CBILD* image) {
         // Rows of 0 stored bytes that write no pixel (a width of 0, or a bit
         // count below 8 whose stride is 0) leave nothing to do: the loop is
         // skipped instead of spinning through millions of empty reads.
-        for (int i = 0; i < hoehe && result == 0; ++i) {
-            const int y = topdown ? i : hoehe - 1 - i;
-            result = einbmp1(image->zeile[y]);
+        // Batches of rows in file order: top-down files fill the image from
+        // row 0, bottom-up files from the last row.
+        constexpr int kStapel = 1024;
+        unsigned char* zeilen[kStapel];
+        for (int i = 0; i < hoehe && result == 0; i += kStapel) {
+            const int k = std::min(kStapel, hoehe - i);
+            for (int j = 0; j < k; ++j) zeilen[j] = image->zeile[topdown ? i + j : hoehe - 1 - i - j];
+            result = einbmp1n(zeilen, k);
         }
     }
     if (einbmp2() != 0) result = 3;

@@ -2,6 +2,7 @@
 // rows as stored.
 #include "files/raw.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <cstring>
 #include <memory>
@@ -88,10 +89,13 @@ int CRaw::einraw0(const wchar_t* name) {
     return 0;
 }
 
-int CRaw::einraw1(unsigned char* row) {
+int CRaw::einraw1(unsigned char* row) { return einraw1n(&row, 1); }
+
+int CRaw::einraw1n(unsigned char* const* rows, int count) {
     uint64_t n = 0;
     if (!bild::produkt_passt(bpp, breite, 1, SIZE_MAX, &n)) return 3;
-    return datei.lies(row, size_t(n)) ? 0 : 3;
+    const size_t anzahl = size_t(std::max(count, 0));
+    return datei.lies_zeilen(rows, anzahl, size_t(n), 0, nullptr) == anzahl ? 0 : 3;
 }
 
 int CRaw::einraw2() {
@@ -110,7 +114,11 @@ int CRaw::lesen(const wchar_t* name, CBILD* image) {
     // A negative width gives an image without rows: there is nothing to read
     // the file's rows into.
     if (zeilen && breite < 0) result = 3;
-    for (int y = 0; y < image->hoehe && result == 0; ++y) result = einraw1(image->zeile[y]);
+    // The image's rows follow each other in memory as in the file: they go
+    // in with one read per batch of rows.
+    constexpr int kStapel = 1 << 16;
+    for (int y = 0; y < image->hoehe && result == 0; y += kStapel)
+        result = einraw1n(image->zeile + y, std::min(kStapel, image->hoehe - y));
     einraw2();
     // The test dump: every image read is stored once more as BIA and as raw.
     // It only writes, so it never comes back here.

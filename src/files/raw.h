@@ -38,6 +38,9 @@ public:
     int lesen(const wchar_t* name, CBILD* image);
     int einraw0(const wchar_t* name);  // open, header into the members
     int einraw1(unsigned char* row);   // one row of bpp x breite bytes
+    // `count` rows into rows[0] ... rows[count - 1] with few reads; 3 when
+    // one came back short (the rows before it are read, as row by row).
+    int einraw1n(unsigned char* const* rows, int count);
     int einraw2();                     // close
 
     int schreiben(const wchar_t* name, CBILD* image);

@@ -182,7 +182,9 @@ int CBmp::einbmp0(const wchar_t* name) {
     getshift32(bmask, &bshift);
     getshift32(gmask, &gshift);
     getshift32(rmask, &rshift);
-    std::fseek(datei.get(), long(datenoffset), SEEK_SET);
+    // Seek to the pixels unless the headers ended there (the usual case): a
+    // seek makes stdio read its buffer again.
+    if (std::ftell(datei.get()) != long(datenoffset)) std::fseek(datei.get(), long(datenoffset), SEEK_SET);
     return 0;
 }
 

@@ -10,11 +10,22 @@
 
 namespace bild {
 
+void Datei::setzen(FILE* f) {
+    schliessen();
+    f_ = f;
+    if (!f_) return;
+    if (!puffer_) puffer_.reset(new char[kPuffer]);
+    std::setvbuf(f_, puffer_.get(), _IOFBF, kPuffer);
+}
+
 size_t Datei::lies_zeilen(unsigned char* const* zeilen, size_t anzahl, size_t laenge, size_t luecke,
                           unsigned char* abfall) {
     const size_t schritt = laenge + luecke;
     if (anzahl == 0 || schritt == 0) return anzahl;
 #ifdef __linux__
+    // What fits the stream's buffer comes from it: a small image is then
+    // read with the header in one system call.
+    if (schritt * anzahl <= kPuffer) return lies_gepuffert(zeilen, anzahl, laenge, luecke, abfall);
     // One preadv per batch of rows at the stream's logical position, then
     // the stream is moved past what came: stdio never sees these bytes, so
     // its buffer cannot hold stale ones. Rows adjacent in memory (and
@@ -65,6 +76,11 @@ size_t Datei::lies_zeilen(unsigned char* const* zeilen, size_t anzahl, size_t la
         return fertig;
     }
 #endif
+    return lies_gepuffert(zeilen, anzahl, laenge, luecke, abfall);
+}
+
+size_t Datei::lies_gepuffert(unsigned char* const* zeilen, size_t anzahl, size_t laenge, size_t luecke,
+                             unsigned char* abfall) {
     for (size_t i = 0; i < anzahl; ++i)
         if (!lies(zeilen[i], laenge) || !lies(abfall, luecke)) return i;
     return anzahl;

@@ -2,6 +2,7 @@
 // bytes here, so no format casts a byte pointer to a wider integer.
 #pragma once
 #include <cstdint>
+#include <cstring>
 
 namespace bild {
 
@@ -18,7 +19,13 @@ inline uint64_t be64(const unsigned char* p) { return (uint64_t(be32(p)) << 32) 
 
 inline void put_le16(unsigned char* p, uint32_t v) { p[0] = uint8_t(v); p[1] = uint8_t(v >> 8); }
 inline void put_le32(unsigned char* p, uint32_t v) {
+#if defined(__BYTE_ORDER__) && __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__
+    // The same bytes as below, as one store: compilers do not always merge
+    // the four when the value is itself built from shifts, as in row kernels.
+    std::memcpy(p, &v, 4);
+#else
     p[0] = uint8_t(v); p[1] = uint8_t(v >> 8); p[2] = uint8_t(v >> 16); p[3] = uint8_t(v >> 24);
+#endif
 }
 inline void put_be16(unsigned char* p, uint32_t v) { p[0] = uint8_t(v >> 8); p[1] = uint8_t(v); }
 inline void put_be32(unsigned char* p, uint32_t v) {

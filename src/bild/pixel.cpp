@@ -31,6 +31,24 @@ void abbilden(T* __restrict zeile, size_t n, const T* __restrict tabelle) {
     for (size_t i = 0; i < n; ++i) zeile[i] = tabelle[zeile[i]];
 }
 
+// Sixteen 8-bit samples per step, as two 64-bit words: one load and one
+// store per word around its eight table reads, instead of a load and a store
+// per byte, and two independent words to overlap. Byte k of a word goes back
+// where it came from whatever the byte order.
+void abbilden(uint8_t* __restrict zeile, size_t n, const uint8_t* __restrict tabelle) {
+    size_t i = 0;
+    for (; i + 16 <= n; i += 16) {
+        uint64_t w[2], r[2] = {0, 0};
+        std::memcpy(w, zeile + i, 16);
+        for (unsigned k = 0; k < 64; k += 8) {
+            r[0] |= uint64_t(tabelle[(w[0] >> k) & 0xFF]) << k;
+            r[1] |= uint64_t(tabelle[(w[1] >> k) & 0xFF]) << k;
+        }
+        std::memcpy(zeile + i, r, 16);
+    }
+    for (; i < n; ++i) zeile[i] = tabelle[zeile[i]];
+}
+
 }  // namespace
 
 void CBILD::setzwert(unsigned value) {

@@ -190,6 +190,9 @@ def main():
     clean = lambda: remove(peer_out)
     peers = [("bildconv", Task("bildconv", [BILDCONV, "big24.bmp"], cwd=DATA,
                                 clean=lambda: remove(inp + ".tif")))]
+    # Not a peer: the floor of holding the whole image in fresh memory.
+    peers.append(("floor: read into a fresh buffer, write it (build/boden)",
+                  Task("boden", [os.path.join(BUILD, "boden"), inp, peer_out], clean=clean)))
     im = "/usr/bin/convert"
     if os.path.exists(im) and "ImageMagick" in subprocess.run([im, "-version"], capture_output=True,
                                                              text=True).stdout:
@@ -202,7 +205,7 @@ def main():
         peers.append(("Pillow", Task("pillow", ["/usr/bin/python3", "-c", code, inp, peer_out], clean=clean)))
     if os.path.exists("/usr/bin/bmptopnm") and os.path.exists("/usr/bin/pamtotiff"):
         line = f"/usr/bin/bmptopnm {inp} 2>/dev/null | /usr/bin/pamtotiff > {peer_out} 2>/dev/null"
-        peers.append(("netpbm bmptopnm | pamtotiff", Task("netpbm", line, shell=True, clean=clean)))
+        peers.append(("netpbm bmptopnm \\| pamtotiff", Task("netpbm", line, shell=True, clean=clean)))
     for name, task in peers:
         runs = RUNS if name == "bildconv" else PEER_RUNS
         a, b = pair(task, cat, runs)

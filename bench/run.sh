@@ -46,7 +46,7 @@ fi
 
 # ---- build and inputs ----------------------------------------------------
 cmake -S . -B $BUILD -DCMAKE_BUILD_TYPE=Release -DBILD_TESTS=OFF >/dev/null
-cmake --build $BUILD -j2 --target bildconv eingaben bench_kerne >/dev/null
+cmake --build $BUILD -j2 --target bildconv eingaben boden bench_kerne >/dev/null
 rm -rf $DATA
 mkdir -p $DATA/batch
 $BUILD/eingaben $DATA

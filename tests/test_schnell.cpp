@@ -1,5 +1,5 @@
 // The fast paths against the plain rules they replace: the block loop of the
-// first/third sample swap, the 32-bit unpack in pieces, the 8-bit table
+// first/third sample swap, 8-bit rows to planes by words, the 32-bit unpack in pieces, the 8-bit table
 // mapping by words, and rows read in batches from files larger than the
 // stream buffer (whole, both row orders, and cut in the middle of a row).
 #include <cstring>
@@ -40,6 +40,23 @@ void pruefe_tausch(F wandel) {
 TEST(Schnell, SwapBlocksMatchThePixelRule) {
     pruefe_tausch<unsigned char>([](unsigned char* s, int n, unsigned char* d) { wandelzeile8(0, s, n, d); });
     pruefe_tausch<unsigned short>([](unsigned short* s, int n, unsigned short* d) { wandelzeile16(0, s, n, d); });
+}
+
+TEST(Schnell, ToPlanesByWordsMatchesThePixelRule) {
+    for (int mode : {1, 2, 7}) {
+        for (int n = 1; n <= 21; ++n) {
+            auto src = zahlen<unsigned char>(3 * size_t(n), uint32_t(n));
+            std::vector<unsigned char> dst(3 * size_t(n) + 1, 7);
+            wandelzeile8(mode, src.data(), n, dst.data());
+            const size_t N = size_t(n), erste = mode == 1 ? 0 : 2 * N, dritte = mode == 1 ? 2 * N : 0;
+            for (size_t i = 0; i < N; ++i) {
+                ASSERT_EQ(dst[erste + i], src[3 * i]) << mode << " " << n << " " << i;
+                ASSERT_EQ(dst[N + i], src[3 * i + 1]) << mode << " " << n << " " << i;
+                ASSERT_EQ(dst[dritte + i], src[3 * i + 2]) << mode << " " << n << " " << i;
+            }
+            EXPECT_EQ(dst.back(), 7);
+        }
+    }
 }
 
 TEST(Schnell, Unpack32InPiecesMatchesTheShifts) {

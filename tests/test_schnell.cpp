@@ -1,5 +1,6 @@
 // The fast paths against the plain rules they replace: the block loop of the
-// first/third sample swap, 8-bit rows to planes by words, the 32-bit unpack in pieces, the 8-bit table
+// first/third sample swap, 8-bit rows to and from planes and 4-byte pixels
+// to 3 by words, the 32-bit unpack in pieces, the 8-bit table
 // mapping by words, and rows read in batches from files larger than the
 // stream buffer (whole, both row orders, and cut in the middle of a row).
 #include <cstring>
@@ -53,6 +54,36 @@ TEST(Schnell, ToPlanesByWordsMatchesThePixelRule) {
                 ASSERT_EQ(dst[erste + i], src[3 * i]) << mode << " " << n << " " << i;
                 ASSERT_EQ(dst[N + i], src[3 * i + 1]) << mode << " " << n << " " << i;
                 ASSERT_EQ(dst[dritte + i], src[3 * i + 2]) << mode << " " << n << " " << i;
+            }
+            EXPECT_EQ(dst.back(), 7);
+        }
+    }
+}
+
+TEST(Schnell, FromPlanesAndFourBytePixelsByWordsMatchTheRules) {
+    for (int n = 1; n <= 21; ++n) {
+        const size_t N = size_t(n);
+        auto src = zahlen<unsigned char>(4 * N, uint32_t(n));
+        for (int mode : {3, 4}) {
+            std::vector<unsigned char> dst(3 * N + 1, 7);
+            wandelzeile8(mode, src.data(), n, dst.data());
+            const size_t erste = mode == 3 ? 0 : 2 * N, dritte = mode == 3 ? 2 * N : 0;
+            for (size_t i = 0; i < N; ++i)
+                ASSERT_EQ((std::vector<int>{dst[3 * i], dst[3 * i + 1], dst[3 * i + 2]}),
+                          (std::vector<int>{src[erste + i], src[N + i], src[dritte + i]}))
+                    << mode << " " << n << " " << i;
+            EXPECT_EQ(dst.back(), 7);
+        }
+        for (int flag : {0, 1, 4}) {
+            std::vector<unsigned char> dst(3 * N + 1, 7);
+            wandelzeile8b(flag, src.data(), n, dst.data());
+            for (size_t i = 0; i < N; ++i) {
+                const std::vector<int> soll =
+                    flag == 1   ? std::vector<int>{src[2 * N + i], src[N + i], src[i]}
+                    : flag == 0 ? std::vector<int>{src[4 * i + 2], src[4 * i + 1], src[4 * i]}
+                                : std::vector<int>{src[4 * i], src[4 * i + 1], src[4 * i + 2]};
+                ASSERT_EQ((std::vector<int>{dst[3 * i], dst[3 * i + 1], dst[3 * i + 2]}), soll)
+                    << flag << " " << n << " " << i;
             }
             EXPECT_EQ(dst.back(), 7);
         }

@@ -27,6 +27,13 @@ inline void put_le32(unsigned char* p, uint32_t v) {
     p[0] = uint8_t(v); p[1] = uint8_t(v >> 8); p[2] = uint8_t(v >> 16); p[3] = uint8_t(v >> 24);
 #endif
 }
+// Four 24-bit values (the low three bytes of each, lowest first) as 12
+// bytes: three-byte pixels written four at a time as three 32-bit stores.
+inline void put_le24x4(unsigned char* p, const uint32_t* t) {
+    put_le32(p, t[0] | t[1] << 24);
+    put_le32(p + 4, t[1] >> 8 | t[2] << 16);
+    put_le32(p + 8, t[2] >> 16 | t[3] << 8);
+}
 inline void put_be16(unsigned char* p, uint32_t v) { p[0] = uint8_t(v >> 8); p[1] = uint8_t(v); }
 inline void put_be32(unsigned char* p, uint32_t v) {
     p[0] = uint8_t(v >> 24); p[1] = uint8_t(v >> 16); p[2] = uint8_t(v >> 8); p[3] = uint8_t(v);

@@ -68,6 +68,30 @@ size_t ebenen_aus_worten(const unsigned char* __restrict src, size_t n, unsigned
     return i;
 }
 
+}  // namespace
+
+void ebenen_verschachteln(const unsigned char* __restrict src, size_t ebene, size_t n, bool rueckwaerts,
+                          unsigned char* __restrict dst) {
+    const unsigned char* a = rueckwaerts ? src + 2 * ebene : src;
+    const unsigned char* b = src + ebene;
+    const unsigned char* c = rueckwaerts ? src : src + 2 * ebene;
+    size_t i = 0;
+    for (; i + 4 <= n; i += 4, dst += 12) {
+        const uint32_t pa = bild::le32(a + i), pb = bild::le32(b + i), pc = bild::le32(c + i);
+        // out: a0 b0 c0 a1 | b1 c1 a2 b2 | c2 a3 b3 c3 (lowest byte first)
+        bild::put_le32(dst, (pa & 0xFF) | (pb & 0xFF) << 8 | (pc & 0xFF) << 16 | (pa >> 8 & 0xFF) << 24);
+        bild::put_le32(dst + 4, (pb >> 8 & 0xFF) | (pc >> 8 & 0xFF) << 8 | (pa >> 16 & 0xFF) << 16 | (pb >> 16 & 0xFF) << 24);
+        bild::put_le32(dst + 8, (pc >> 16 & 0xFF) | (pa >> 24) << 8 | (pb >> 24) << 16 | (pc >> 24) << 24);
+    }
+    for (; i < n; ++i, dst += 3) {
+        dst[0] = a[i];
+        dst[1] = b[i];
+        dst[2] = c[i];
+    }
+}
+
+namespace {
+
 template <typename T>
 void wandelzeile(int mode, const T* __restrict src, int n, T* __restrict dst) {
     if (n < 1) return;
@@ -82,11 +106,7 @@ void wandelzeile(int mode, const T* __restrict src, int n, T* __restrict dst) {
             break;
         case 3:
         case 4:
-            for (size_t i = 0; i < N; ++i) {
-                dst[3 * i] = src[erste + i];
-                dst[3 * i + 1] = src[N + i];
-                dst[3 * i + 2] = src[dritte + i];
-            }
+            ebenen_verschachteln(src, N, N, mode == 4, dst);
             break;
         default: {  // 1, 2 and every other value
             size_t i = 0;
@@ -115,22 +135,27 @@ void wandelzeile8b(int flag, unsigned char* __restrict src, int n, unsigned char
     if (n < 1) return;
     const size_t N = size_t(n);
     if (flag == 1) {
-        for (size_t i = 0; i < N; ++i) {
-            dst[3 * i] = src[2 * N + i];
-            dst[3 * i + 1] = src[N + i];
-            dst[3 * i + 2] = src[i];
-        }
-    } else if (flag == 0) {
+        ebenen_verschachteln(src, N, N, true, dst);
+        return;
+    }
+    if (flag == 0) {
         for (size_t i = 0; i < N; ++i) {
             dst[3 * i] = src[4 * i + 2];
             dst[3 * i + 1] = src[4 * i + 1];
             dst[3 * i + 2] = src[4 * i];
         }
-    } else {
-        for (size_t i = 0; i < N; ++i) {
-            dst[3 * i] = src[4 * i];
-            dst[3 * i + 1] = src[4 * i + 1];
-            dst[3 * i + 2] = src[4 * i + 2];
-        }
+        return;
+    }
+    // Order kept: four pixels per step, four 32-bit loads and three stores.
+    size_t i = 0;
+    for (; i + 4 <= N; i += 4) {
+        uint32_t t[4];
+        for (size_t k = 0; k < 4; ++k) t[k] = bild::le32(src + 4 * (i + k)) & 0xFFFFFF;
+        bild::put_le24x4(dst + 3 * i, t);
+    }
+    for (; i < N; ++i) {
+        dst[3 * i] = src[4 * i];
+        dst[3 * i + 1] = src[4 * i + 1];
+        dst[3 * i + 2] = src[4 * i + 2];
     }
 }

@@ -27,3 +27,6 @@ void ebenen_verschachteln(const T* __restrict src, size_t ebene, size_t n, bool 
         dst[3 * i + 2] = dritte[i];
     }
 }
+// 8-bit samples: the same, four pixels per step through 32-bit words.
+void ebenen_verschachteln(const unsigned char* __restrict src, size_t ebene, size_t n, bool rueckwaerts,
+                          unsigned char* __restrict dst);

@@ -115,11 +115,7 @@ void CBmp::wandel32(unsigned int* src, int count, unsigned char* dst) {
         }
         unsigned char* d = dst + 3 * a;
         size_t i = 0;
-        for (; i + 4 <= m; i += 4, d += 12) {
-            bild::put_le32(d, t[i] | t[i + 1] << 24);
-            bild::put_le32(d + 4, t[i + 1] >> 8 | t[i + 2] << 16);
-            bild::put_le32(d + 8, t[i + 2] >> 16 | t[i + 3] << 8);
-        }
+        for (; i + 4 <= m; i += 4, d += 12) bild::put_le24x4(d, t + i);
         for (; i < m; ++i, d += 3) {
             d[0] = (unsigned char)t[i];
             d[1] = (unsigned char)(t[i] >> 8);

@@ -191,7 +191,7 @@ def main():
     peers = [("bildconv", Task("bildconv", [BILDCONV, "big24.bmp"], cwd=DATA,
                                 clean=lambda: remove(inp + ".tif")))]
     # Not a peer: the floor of holding the whole image in fresh memory.
-    peers.append(("floor: read into a fresh buffer, write it (build/boden)",
+    peers.append(("floor: read into a fresh buffer, write it (boden)",
                   Task("boden", [os.path.join(BUILD, "boden"), inp, peer_out], clean=clean)))
     im = "/usr/bin/convert"
     if os.path.exists(im) and "ImageMagick" in subprocess.run([im, "-version"], capture_output=True,

@@ -4,6 +4,7 @@
 #include <sys/types.h>
 #include <sys/uio.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <climits>
 #endif
@@ -32,7 +33,7 @@ size_t Datei::lies_zeilen(unsigned char* const* zeilen, size_t anzahl, size_t la
     // without padding) share one iovec.
     const off_t start = ftello(f_);
     if (start >= 0) {
-        constexpr size_t kStapel = IOV_MAX < 1024 ? IOV_MAX : 1024;
+        constexpr size_t kStapel = std::min<size_t>(IOV_MAX, 1024);
         iovec iov[kStapel];
         off_t pos = start;
         size_t fertig = 0;  // rows read whole

@@ -92,7 +92,7 @@ int CBmp::ausbmp0(CBILD* image, const wchar_t* name, int x, int y, int width, in
         // The gray table makes viewers show the bytes as the gray values our
         // reader takes them for.
         bild::put_le32(kopf + kOffsetFarben, 256);
-        for (uint32_t i = 0; i < 256; ++i) bild::put_le32(kopf + kKopf + 4 * i, i * 0x010101u);
+        for (uint32_t i = 0; i < 256; ++i) bild::put_le32(kopf + kKopf + 4 * size_t(i), i * 0x010101u);
     }
     return datei.schreib(kopf, daten) ? 0 : 4;
 }

@@ -108,7 +108,7 @@ private:
     Bitstrom s_;
     unsigned char* z_;
     size_t kap_, o_ = 0;
-    Huffman laenge_, abstand_;
+    Huffman laenge_{}, abstand_{};
 
     bool gespeichert() {
         s_.puffer = 0;  // to the next byte boundary

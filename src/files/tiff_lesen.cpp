@@ -290,7 +290,7 @@ int CTiff::eintiff0(const wchar_t* name) {
     uint64_t segbytes = 0, segmente = 0;
     // Each segment holds at least one byte, so there cannot be more than
     // the file has bytes.
-    if (v.kaputt || !bild::produkt_passt(segzeile_, seghoehe_, 1, UINT32_MAX, &segbytes) ||
+    if (v.kaputt || !bild::produkt_passt(int64_t(segzeile_), seghoehe_, 1, UINT32_MAX, &segbytes) ||
         !bild::produkt_passt(quer_, runter_, ebenen_, dateigroesse_, &segmente))
         return 3;
 
@@ -311,7 +311,7 @@ int CTiff::eintiff0(const wchar_t* name) {
     // than the strips could decode to is refused before it is allocated.
     const uint64_t faktor = kompression_ == Keine ? 1 : bild::kMaxAusdehnung;
     uint64_t noetig = 0;
-    if (!bild::produkt_passt(bandzeile_, h, 1, UINT64_MAX, &noetig) || daten > UINT64_MAX / faktor ||
+    if (!bild::produkt_passt(int64_t(bandzeile_), int64_t(h), 1, UINT64_MAX, &noetig) || daten > UINT64_MAX / faktor ||
         noetig > daten * faktor)
         return 3;
     band_.assign(bandzeile_ * std::min<uint64_t>(seghoehe_, h), 0);

@@ -44,31 +44,20 @@ void pruefe(const CBILD& b, int kanal, CTeilbereich* region) {
     ASSERT_EQ(profilsummen(&b, &zeilen, &spalten, kanal, region), 1);
     const CTeilbereich r = region ? *region : CTeilbereich(0, 0, b.breite, b.hoehe);
     ASSERT_EQ(mittelwert(&b, &mittel, &lo, &hi, kanal, region), 1);
-
     std::vector<double> zs(size_t(r.hoehe)), ss(size_t(r.breite));
     double summe = 0, rlo = 1e300, rhi = -1;
     for (int y = 0; y < r.hoehe; ++y)
         for (int x = 0; x < r.breite; ++x) {
             const double v = wert(b, r.links + x, r.oben + y, kanal);
-            zs[size_t(y)] += v;
-            ss[size_t(x)] += v;
-            summe += v;
-            rlo = std::min(rlo, v);
-            rhi = std::max(rhi, v);
+            zs[size_t(y)] += v, ss[size_t(x)] += v, summe += v;
+            rlo = std::min(rlo, v), rhi = std::max(rhi, v);
         }
     ASSERT_EQ(zeilen.anzahl, r.hoehe);
     ASSERT_EQ(spalten.anzahl, r.breite);
-    for (int y = 0; y < r.hoehe; ++y) {
-        EXPECT_EQ(zeilen.x[y], r.oben + y);
-        EXPECT_EQ(zeilen.y[y], zs[size_t(y)]) << "row " << y;
-    }
-    for (int x = 0; x < r.breite; ++x) {
-        EXPECT_EQ(spalten.x[x], r.links + x);
-        EXPECT_EQ(spalten.y[x], ss[size_t(x)]) << "column " << x;
-    }
+    for (int y = 0; y < r.hoehe; ++y) EXPECT_EQ(std::pair(zeilen.x[y], zeilen.y[y]), std::pair(double(r.oben + y), zs[size_t(y)]));
+    for (int x = 0; x < r.breite; ++x) EXPECT_EQ(std::pair(spalten.x[x], spalten.y[x]), std::pair(double(r.links + x), ss[size_t(x)]));
     EXPECT_DOUBLE_EQ(mittel, summe / (double(r.breite) * r.hoehe));
-    EXPECT_EQ(lo, rlo);
-    EXPECT_EQ(hi, rhi);
+    EXPECT_EQ(std::pair(lo, hi), std::pair(rlo, rhi));
 }
 
 }  // namespace
@@ -107,62 +96,43 @@ TEST(Profil, ChannelsAreRedGreenBlueWhateverTheStorage) {
         CBILD b;
         fuelle(b, f.art, f.breite, 1, 0);
         std::copy(f.bytes, f.bytes + b.puffergroesse, b.puffer);
-        double v[4];  // largest value for kanal -1, 0, 1, 2
-        for (int kanal = -1; kanal <= 2; ++kanal) mittelwert(&b, nullptr, nullptr, &v[kanal + 1], kanal);
+        std::vector<double> v(4);  // largest value for kanal -1, 0, 1, 2
+        for (int kanal = -1; kanal <= 2; ++kanal) mittelwert(&b, nullptr, nullptr, &v[size_t(kanal + 1)], kanal);
         const double plus = f.breite - 1;  // the planar case's second pixel is one higher
-        EXPECT_EQ(v[0], 60 + 3 * plus);
-        EXPECT_EQ(v[1], 30 + plus);
-        EXPECT_EQ(v[2], 20 + plus);
-        EXPECT_EQ(v[3], 10 + plus);
+        EXPECT_EQ(v, std::vector<double>({60 + 3 * plus, 30 + plus, 20 + plus, 10 + plus}));
     }
 }
 
-TEST(Profil, SumsDoNotOverflow32Bits) {
-    CBILD breit, hoch, gray32;
+TEST(Profil, SumsDoNotOverflow32BitsRegionsAreFittedRefusalsTouchNothing) {
+    CBILD breit, hoch, gray32, b, leer, fuenf, grau;
     breit.speicher(70000, 1, 2);
     hoch.speicher(1, 70000, 2);
     gray32.speicher(3, 2, 4);
-    for (CBILD* b : {&breit, &hoch, &gray32}) std::fill(b->puffer, b->puffer + b->puffergroesse, 0xFF);
+    for (CBILD* p : {&breit, &hoch, &gray32}) std::fill(p->puffer, p->puffer + p->puffergroesse, 0xFF);
     CKurve k;
+    double mittel = 0;
     ASSERT_EQ(zeilensumme(&breit, &k), 1);
     EXPECT_EQ(k.y[0], 70000.0 * 65535);
     ASSERT_EQ(spaltensumme(&hoch, &k), 1);
     EXPECT_EQ(k.y[0], 70000.0 * 65535);
     ASSERT_EQ(zeilensumme(&gray32, &k), 1);
     EXPECT_EQ(k.y[1], 3 * 4294967295.0);
-    double mittel = 0;
     mittelwert(&gray32, &mittel, nullptr, nullptr);
     EXPECT_EQ(mittel, 4294967295.0);
-}
 
-TEST(Profil, RegionFittedInPlaceAndRefusalsTouchNothing) {
-    CBILD b, leer, fuenf;
     fuelle(b, {3, 0, 0}, 37, 23, 99);
     fuelle(fuenf, {5, 0, 0}, 3, 3, 7);
-    CTeilbereich teil(-2, 30, 4, 5);  // left of and below the image: moved in
-    CKurve k;
-    ASSERT_EQ(zeilensumme(&b, &k, -1, &teil), 1);
-    EXPECT_EQ(teil.links, 0);
-    EXPECT_EQ(teil.oben, 18);
-    EXPECT_EQ(teil.breite, 4);
-    EXPECT_EQ(k.x[0], 18);
-    CTeilbereich zu_gross(5, 5, 100, 100);  // cut to the image
-    pruefe(b, -1, &zu_gross);
-    EXPECT_EQ(zu_gross.breite, 37);
-
-    double mittel = 5;
-    CTeilbereich neg(-1, -1, 2, 2), nichts(1, 1, 0, 2);
-    EXPECT_EQ(zeilensumme(nullptr, &k), 0);
-    EXPECT_EQ(spaltensumme(&leer, &k), 0);
-    EXPECT_EQ(zeilensumme(&fuenf, &k), 0);
-    EXPECT_EQ(zeilensumme(&b, &k, 3, &neg), 0);
-    EXPECT_EQ(neg.links, -1);  // refused before the region is fitted
-    EXPECT_EQ(spaltensumme(&b, &k, -1, &nichts), 0);
-    EXPECT_EQ(mittelwert(&b, &mittel, nullptr, nullptr, -2), 0);
-    EXPECT_EQ(k.anzahl, 5);
-    EXPECT_EQ(mittel, 5);
-
-    CBILD grau;
     fuelle(grau, {1, 0, 0}, 3, 3, 8);
+    CTeilbereich teil(-2, 30, 4, 5), zu_gross(5, 5, 100, 100), neg(-1, -1, 2, 2), nichts(1, 1, 0, 2);
+    ASSERT_EQ(zeilensumme(&b, &k, -1, &teil), 1);  // left of and below the image: moved in
+    EXPECT_EQ(std::vector<int>({teil.links, teil.oben, teil.breite, int(k.x[0])}), std::vector<int>({0, 18, 4, 18}));
+    pruefe(b, -1, &zu_gross);  // cut to the image
+    EXPECT_EQ(zu_gross.breite, 37);
     EXPECT_EQ(zeilensumme(&grau, &k, 7), 1);  // gray images ignore the channel
+    mittel = 5;
+    EXPECT_EQ(zeilensumme(nullptr, &k) + spaltensumme(&leer, &k) + zeilensumme(&fuenf, &k) + zeilensumme(&b, &k, 3, &neg) +
+                  spaltensumme(&b, &k, -1, &nichts) + mittelwert(&b, &mittel, nullptr, nullptr, -2),
+              0);
+    EXPECT_EQ(neg.links, -1);  // refused before the region is fitted
+    EXPECT_EQ(std::pair(k.anzahl, mittel), std::pair(3, 5.0));
 }

@@ -1,44 +1,34 @@
-// TIFF reader: our own files and BMP conversions round trip, a matrix of
-// layouts built in memory, the gray and palette mappings, one-change
-// refusals, damaged files, and files from tiffcp, Pillow and ImageMagick.
+// TIFF writer: the fixed layout byte for byte and the depth table. TIFF
+// reader: a matrix of layouts built in memory, the gray and palette
+// mappings, one-change refusals, damaged files, and files from tiffcp,
+// Pillow and ImageMagick.
 #include <cstring>
 #include <functional>
 #include <sstream>
 
-#include "bildlib.h"
 #include "tiff_bau.h"
 
 namespace {
 
-class TiffLesen : public Ordner {
+class Tiff : public Ordner {
 protected:
-    int lies(const Bytes& datei, CBILD& bild) {
-        schreib_datei(pfad("t.tif"), datei);
-        return lies("t.tif", bild);
-    }
-    int lies(const std::string& name, CBILD& bild) { return bild.bildlese(w(pfad(name)).c_str()); }
-    Bytes schreibe(CBILD& bild, const std::string& name) {
-        EXPECT_EQ(bild.bildspeich(w(pfad(name)).c_str()), 0);
+    int lies(const Bytes& datei, CBILD& bild) { return Ordner::lies(datei, bild, "t.tif"); }
+    int lies(const std::string& name, CBILD& bild) { return bild.bildlese(wpfad(name).c_str()); }
+    Bytes schreibe(CBILD& bild, const std::string& name = "t.tif") {
+        EXPECT_EQ(bild.bildspeich(wpfad(name).c_str()), 0);
         return lies_datei(pfad(name));
-    }
-    // Reads `name` and writes what it read: our TIFF of the file.
-    Bytes konvertiere(const std::string& name) {
-        CBILD b(0, 0);
-        EXPECT_EQ(lies(name, b), 0) << name;
-        return schreibe(b, name + ".tif");
     }
 };
 
-void fuelle(CBILD& b) {
-    for (uint32_t i = 0; i < b.puffergroesse; ++i) b.puffer[i] = uint8_t(i * 29 + i / 7);
-}
-
-::testing::AssertionResult gleich(const CBILD& a, const CBILD& b) {
-    if (a.breite != b.breite || a.hoehe != b.hoehe || a.bpp != b.bpp) return ::testing::AssertionFailure() << "size";
-    for (int y = 0; y < a.hoehe; ++y)
-        if (std::memcmp(a.zeile[y], b.zeile[y], size_t(a.breite) * size_t(a.bpp)) != 0)
-            return ::testing::AssertionFailure() << "row " << y;
-    return ::testing::AssertionSuccess();
+// Value of directory entry `tag` in one of our files (the first value:
+// LONG or SHORT), its type and count.
+std::vector<uint32_t> eintrag(const Bytes& t, uint16_t tag) {
+    for (uint32_t i = 0; i < get16(t, 8); ++i) {
+        const size_t e = 10 + 12 * i;
+        const uint32_t typ = get16(t, e + 2);
+        if (get16(t, e) == tag) return {typ == 3 ? get16(t, e + 8) : get32(t, e + 8), typ, get32(t, e + 4)};
+    }
+    return {};
 }
 
 uint32_t probe(int x, int y, int c, int bits) {
@@ -54,9 +44,7 @@ TiffBau baue(int spp, int bits, int k) {
     const bool planar = k & 4, kacheln = k & 8;
     const int W = 37, H = 23, tw = kacheln ? 16 : W, th = kacheln ? 16 : 5, pro = planar ? 1 : spp;
     TiffBau t = TiffBau::bild(W, H, bits, spp, spp == 1 ? 1 : 2, {});
-    t.mm = k & 1;
-    t.big = k & 2;
-    t.kacheln = kacheln;
+    t.mm = k & 1, t.big = k & 2, t.kacheln = kacheln;
     t.segmente.clear();
     t.feld(259, 3, {k & 32 ? 5u : 1u});
     t.feld(284, 3, {planar ? 2u : 1u});
@@ -83,58 +71,64 @@ TiffBau baue(int spp, int bits, int k) {
 
 }  // namespace
 
-TEST_F(TiffLesen, OwnFilesAndConvertedBmpsConvertToTheSameBytes) {
-    // Every depth, colour order and strip count we write: the reader gives
-    // the image back, and writing it again gives the same file.
-    struct Fall { int bpp, flag, farbe32; };
-    for (Fall f : {Fall{1, 0, 0}, Fall{2, 0, 0}, Fall{4, 0, 0}, Fall{3, 4, 0}, Fall{3, 0, 0}, Fall{3, 1, 0},
-                   Fall{6, 4, 0}, Fall{6, 0, 0}, Fall{6, 2, 0}, Fall{4, 0, 256}})
-        for (int breite : {1, 37})
-            for (int hoehe : {1, 20, 21, 23}) {
-                CBILD a(0, 0);
-                a.speicher(breite, hoehe, f.bpp);
-                a.flag = f.flag;
-                a.farbe32 = f.farbe32;
-                fuelle(a);
-                const Bytes datei = schreibe(a, "a.tif");
-                CBILD b(0, 0);
-                ASSERT_EQ(lies("a.tif", b), 0) << f.bpp << " " << f.flag << " " << breite << "x" << hoehe;
-                if (f.flag == 4 || f.bpp < 3) {
-                    EXPECT_TRUE(gleich(a, b));
-                }
-                EXPECT_EQ(b.flag, f.bpp == 3 || f.bpp == 6 || f.farbe32 ? 4 : 0);
-                EXPECT_EQ(schreibe(b, "b.tif"), datei) << f.bpp << " " << f.flag << " " << breite << "x" << hoehe;
-            }
-    // BMP -> TIFF -> TIFF for every BMP depth.
-    for (int bits : {1, 4, 8, 16, 24, 32, 48})
-        for (int hoehe : {1, 21}) {
-            BmpBau bau;
-            bau.bits = bits;
-            bau.breite = 37;
-            bau.hoehe = hoehe;
-            std::vector<Bytes> zeilen(size_t(hoehe), Bytes(size_t(bau.stride())));
-            for (size_t i = 0; i < zeilen.size() * zeilen[0].size(); ++i) zeilen[i / zeilen[0].size()][i % zeilen[0].size()] = uint8_t(i * 13);
-            schreib_datei(pfad("a.bmp"), bau.bau(zeilen));
-            const Bytes erst = konvertiere("a.bmp");
-            EXPECT_EQ(konvertiere("a.bmp.tif"), erst) << bits << " " << hoehe;
-        }
-    // Our single-strip layout is recognised exactly: one byte more and the
-    // strip really starts at 230, running past the end.
-    CBILD a(7, 3), b(0, 0);
-    fuelle(a);
-    Bytes d = schreibe(a, "a.tif");
-    d.push_back(0);
-    EXPECT_EQ(lies(d, b), 3);
+TEST_F(Tiff, SingleStripStatesItsOffsetEightBytesPastTheRows) {
+    CBILD b(0, 0), c(0, 0);
+    muster_bild(b, 10, 10, 1, 0);
+    Bytes t = schreibe(b);
+    ASSERT_EQ(t.size(), 322u);
+    EXPECT_EQ(Bytes(t.begin(), t.begin() + 10), (Bytes{'I', 'I', 42, 0, 8, 0, 0, 0, 16, 0}));
+    const uint16_t tags[16] = {254, 256, 257, 258, 259, 262, 273, 277, 278, 279, 280, 281, 282, 283, 284, 296};
+    for (int i = 0; i < 16; ++i) EXPECT_EQ(get16(t, 10 + 12 * size_t(i)), tags[i]);
+    // strip offset 230 although the rows start at 222; byte count, rows per strip, resolutions
+    const std::pair<uint16_t, uint32_t> felder[] = {{273, 230}, {279, 100}, {278, 20}, {282, 206}, {283, 214}};
+    for (auto [tag, wert] : felder) EXPECT_EQ(eintrag(t, tag)[0], wert) << tag;
+    EXPECT_EQ(std::vector<uint32_t>({get32(t, 202), get32(t, 206), get32(t, 218)}), std::vector<uint32_t>({0, 1024, 1024}));
+    EXPECT_EQ(Bytes(t.begin() + 222, t.end()), Bytes(b.puffer, b.puffer + 100));
+    // Our reader knows this layout exactly: one byte more and the strip
+    // really starts at 230, running past the end.
+    t.push_back(0);
+    EXPECT_EQ(lies(t, c), 3);
 }
 
-TEST_F(TiffLesen, LayoutMatrixByteOrderBigTiffPlanarTilesPredictorLzw) {
+TEST_F(Tiff, StripTablesForMoreThanTwentyRows) {
+    CBILD b(0, 0);
+    muster_bild(b, 10, 21, 1, 0);
+    Bytes t = schreibe(b);
+    ASSERT_EQ(t.size(), 238u + 210u);
+    EXPECT_EQ(eintrag(t, 273), std::vector<uint32_t>({206, 4, 2}));  // 2 LONG offsets at 206
+    EXPECT_EQ(eintrag(t, 279)[0], 214u);
+    EXPECT_EQ(std::vector<uint32_t>({get32(t, 206), get32(t, 210), get32(t, 214), get32(t, 218)}),
+              std::vector<uint32_t>({238, 438, 200, 10}));
+    EXPECT_EQ(std::vector<uint32_t>({eintrag(t, 282)[0], eintrag(t, 283)[0]}), std::vector<uint32_t>({222, 230}));
+    EXPECT_EQ(Bytes(t.begin() + 238, t.end()), Bytes(b.puffer, b.puffer + 210));
+}
+
+TEST_F(Tiff, DepthTable) {
+    // bpp: bits, samples, photometric, MaxSampleValue and its type, planar config
+    const std::pair<int, std::vector<std::vector<uint32_t>>> tabelle[] = {
+        {1, {{8}, {1}, {1}, {255, 3}, {1}}},   {2, {{16}, {1}, {1}, {65535, 3}, {1}}},
+        {3, {{8}, {3}, {2}, {255, 3}, {1}}},   {4, {{32}, {1}, {1}, {4294967295u, 4}, {1}}},
+        {6, {{16}, {3}, {2}, {65535, 3}, {1}}}};
+    for (const auto& [bpp, soll] : tabelle) {
+        CBILD b(0, 0);
+        muster_bild(b, 3, 2, bpp, 4);
+        const Bytes t = schreibe(b);
+        const uint16_t tags[] = {258, 277, 262, 281, 284};
+        for (size_t i = 0; i < 5; ++i) {
+            const std::vector<uint32_t> e = eintrag(t, tags[i]);
+            EXPECT_EQ(std::vector<uint32_t>(e.begin(), e.begin() + long(soll[i].size())), soll[i]) << bpp << " " << tags[i];
+        }
+        EXPECT_EQ(Bytes(t.begin() + 222, t.end()), Bytes(b.puffer, b.puffer + 6 * bpp));  // flag 4: as stored
+    }
+}
+
+TEST_F(Tiff, LayoutMatrixByteOrderBigTiffPlanarTilesPredictorLzw) {
     for (auto [spp, bits] : {std::pair{1, 8}, {1, 16}, {1, 32}, {3, 8}, {3, 16}, {4, 8}})
         for (int k = 0; k < 64; ++k) {
             CBILD bild(0, 0);
             ASSERT_EQ(lies(baue(spp, bits, k).bau(), bild), 0) << spp << "x" << bits << " layout " << k;
             ASSERT_EQ(bild.bpp, spp * bits / 8);
-            EXPECT_EQ(bild.flag, spp == 1 ? 0 : 4);
-            EXPECT_EQ(bild.farbe32, spp == 4 ? 256 : 0);
+            EXPECT_EQ(std::pair(bild.flag, bild.farbe32), std::pair(spp == 1 ? 0 : 4, spp == 4 ? 256 : 0));
             bool ok = true;
             for (int i = 0; i < 37 * 23 * spp; ++i) {
                 uint32_t v = 0;
@@ -145,7 +139,7 @@ TEST_F(TiffLesen, LayoutMatrixByteOrderBigTiffPlanarTilesPredictorLzw) {
         }
 }
 
-TEST_F(TiffLesen, GrayAndPaletteMappings) {
+TEST_F(Tiff, GrayAndPaletteMappings) {
     CBILD b(0, 0);
     auto zeile = [&b, this](const TiffBau& t, int y = 0) {
         EXPECT_EQ(lies(t.bau(), b), 0);
@@ -181,7 +175,7 @@ TEST_F(TiffLesen, GrayAndPaletteMappings) {
     }
 }
 
-TEST_F(TiffLesen, OneChangeRefusals) {
+TEST_F(Tiff, OneChangeRefusals) {
     struct Fall { const char* was; std::function<void(TiffBau&)> aendern; int code; };
     const std::vector<Fall> faelle = {
         {"JPEG", [](TiffBau& t) { t.feld(259, 3, {7}); }, 12},
@@ -226,13 +220,9 @@ TEST_F(TiffLesen, OneChangeRefusals) {
         EXPECT_EQ(lies(d, b), 3) << stelle;
     }
     EXPECT_EQ(lies(Bytes(gut.begin(), gut.begin() + 30), b), 3);  // cut inside the directory
-    CTiff tiff;
-    EXPECT_EQ(tiff.lesen(L"", &b), 1);
-    EXPECT_EQ(tiff.lesen(nullptr, &b), 1);
-    EXPECT_EQ(tiff.lesen(w(pfad("fehlt.tif")).c_str(), &b), 2);
 }
 
-TEST_F(TiffLesen, DamagedFilesGiveCodesNeverCrashes) {
+TEST_F(Tiff, DamagedFilesGiveCodesNeverCrashes) {
     // Random byte changes, half of them in the directory at the end of
     // these files: every result is a code; the sanitizers watch memory.
     TiffBau p = TiffBau::bild(3, 1, 4, 1, 3, {0x1F, 0x20});
@@ -255,18 +245,16 @@ TEST_F(TiffLesen, DamagedFilesGiveCodesNeverCrashes) {
 
 // ---- real producers ------------------------------------------------------
 
-TEST_F(TiffLesen, TiffcpVariantsReadLikeTheSource) {
+TEST_F(Tiff, TiffcpVariantsReadLikeTheSource) {
     if (laufe("command -v tiffcp").empty()) GTEST_SKIP() << "tiffcp (libtiff-tools) not installed";
     const char* optionen[] = {"-c none", "-c lzw", "-c packbits", "-c zip", "-c lzw:2", "-c zip:2", "-t",
                               "-t -w 16 -l 16 -c zip:2", "-p separate", "-p separate -t -c lzw:2", "-B",
                               "-B -c lzw:2", "-8", "-8 -B -t -c zip", "-r 7 -c packbits", "-f lsb2msb -c lzw"};
-    // More than 20 rows: a standard file libtiff reads. (32-bit gray is left
-    // to the matrix: libtiff refuses the LONG MaxSampleValue we write.)
+    // Our multi-strip files as libtiff reads them. (32-bit gray is left to
+    // the matrix: libtiff refuses the LONG MaxSampleValue we write.)
     for (int bpp : {1, 2, 3, 6}) {
         CBILD a(0, 0);
-        a.speicher(37, 45, bpp);
-        a.flag = 4;
-        fuelle(a);
+        muster_bild(a, 37, 45, bpp, 4);
         schreibe(a, "a.tif");
         for (const char* o : optionen) {
             if (bpp != 3 && std::strstr(o, "separate")) continue;  // tiffcp: 8-bit colour only
@@ -275,14 +263,14 @@ TEST_F(TiffLesen, TiffcpVariantsReadLikeTheSource) {
             ASSERT_EQ(status, 0) << o;
             CBILD b(0, 0);
             ASSERT_EQ(lies("b.tif", b), 0) << bpp << " " << o;
-            EXPECT_TRUE(gleich(a, b)) << bpp << " " << o;
+            ASSERT_EQ(std::vector<int>({b.breite, b.hoehe, b.bpp}), std::vector<int>({37, 45, bpp}));
+            EXPECT_EQ(0, std::memcmp(a.puffer, b.puffer, a.puffergroesse)) << bpp << " " << o;
         }
     }
 }
 
-TEST_F(TiffLesen, PillowAndImageMagickFilesMatchPillowsDecode) {
-    if (laufe("/usr/bin/python3 -c 'import PIL; print(1)' 2>/dev/null") != "1\n")
-        GTEST_SKIP() << "Pillow for /usr/bin/python3 not installed";
+TEST_F(Tiff, PillowAndImageMagickFilesMatchPillowsDecode) {
+    if (!hat_pillow()) GTEST_SKIP() << "Pillow for /usr/bin/python3 not installed";
     // Pillow writes every mode with every compression, then decodes them and
     // the ImageMagick files into NAME.raw (and the palette into NAME.pal).
     const std::string py = R"(
@@ -307,25 +295,21 @@ for n in namen:
     if im.mode == 'P':
         open(f'{d}/{n}.pal', 'wb').write(bytes(im.getpalette()[:768]))
     print(n, im.mode, im.tag_v2.get(258, (0,))[0])
-for mode in ['I', 'F']:
-    rgb.convert('L').convert(mode).save(f'{d}/pil_{mode}.tif')
-    print(f'pil_{mode}.tif', mode, 32)
 )";
     schreib_datei(pfad("erzeuge.py"), Bytes(py.begin(), py.end()));
     std::string magick;
-    if (laufe("/usr/bin/convert -version 2>/dev/null").find("ImageMagick") != std::string::npos) {
-        const char* dateien[][2] = {
-            {"im_g1.tif", "gradient:black-white -monochrome -depth 1 -compress lzw"},
-            {"im_f1.tif", "gradient:black-white -monochrome -depth 1 -define tiff:fill-order=lsb"},
-            {"im_g4.tif", "gradient:black-white -depth 4 -compress zip"},
-            {"im_p4.tif", "plasma:fractal -colors 16 -type palette -depth 4"},
-            {"im_rgba.tif", "plasma:fractal -depth 8 -alpha set -channel A -evaluate set 50% +channel -compress zip"},
-            {"im_rgb16.tif", "gradient:red-blue -depth 16 -compress zip -define tiff:predictor=2"},
-            {"im_rle.tif", "plasma:fractal -depth 8 -compress RLE"}};
-        for (auto& [name, args] : dateien) {
-            laufe("cd '" + dir + "' && /usr/bin/convert -size 37x23 " + args + " " + name);
-            magick += std::string(" ") + name;
-        }
+    const char* dateien[][2] = {
+        {"im_g1.tif", "gradient:black-white -monochrome -depth 1 -compress lzw"},
+        {"im_f1.tif", "gradient:black-white -monochrome -depth 1 -define tiff:fill-order=lsb"},
+        {"im_g4.tif", "gradient:black-white -depth 4 -compress zip"},
+        {"im_p4.tif", "plasma:fractal -colors 16 -type palette -depth 4"},
+        {"im_rgba.tif", "plasma:fractal -depth 8 -alpha set -channel A -evaluate set 50% +channel -compress zip"},
+        {"im_rgb16.tif", "gradient:red-blue -depth 16 -compress zip -define tiff:predictor=2"},
+        {"im_rle.tif", "plasma:fractal -depth 8 -compress RLE"}};
+    for (auto& [name, args] : dateien) {
+        if (!hat_magick()) break;
+        laufe("cd '" + dir + "' && /usr/bin/convert -size 37x23 " + args + " " + name);
+        magick += std::string(" ") + name;
     }
     int status = -1;
     std::istringstream liste(laufe("/usr/bin/python3 '" + pfad("erzeuge.py") + "' '" + dir + "'" + magick, &status));
@@ -335,12 +319,7 @@ for mode in ['I', 'F']:
     while (liste >> name >> mode >> bits) {
         ++anzahl;
         CBILD b(0, 0);
-        const int r = lies(name, b);
-        if (mode == "I" || mode == "F") {  // signed and floating-point samples
-            EXPECT_EQ(r, 12) << name;
-            continue;
-        }
-        ASSERT_EQ(r, 0) << name;
+        ASSERT_EQ(lies(name, b), 0) << name;
         EXPECT_EQ(b.farbe32, mode == "RGBA" ? 256 : 0) << name;
         // Pillow's 1-bit white is 255 (ours 254), its 4-bit gray the level
         // x 17 (ours x 16), and it cuts 16-bit RGB to the high bytes.
@@ -355,5 +334,5 @@ for mode in ['I', 'F']:
         for (size_t i = 0; mode == "P" && i < std::min(size_t(1) << bits, pal.size() / 3); ++i)
             EXPECT_EQ(b.palette[i], uint32_t(pal[3 * i] << 16 | pal[3 * i + 1] << 8 | pal[3 * i + 2])) << name << " " << i;
     }
-    EXPECT_GE(anzahl, 32);
+    EXPECT_GE(anzahl, 30);
 }

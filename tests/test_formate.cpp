@@ -1,0 +1,91 @@
+// Every format's writer and reader together: the round-trip matrix, 4-byte
+// colour, refusals and file errors with their codes.
+#include <cstring>
+
+#include "hilfe.h"
+
+using Formate = Ordner;
+
+TEST_F(Formate, EveryFormatDepthLayoutAndRegionRoundTrips) {
+    for (std::string ext : {".bia", ".raw", ".bmp", ".tif"}) {
+        const std::wstring name = wpfad("t" + ext);
+        rundreise([&](CBILD& bild, CTeilbereich* region, CTeilbereich& t) {
+            SCOPED_TRACE(ext);
+            bild.info[0] = -5, bild.info[1] = 123456, bild.farbe32 = 77;
+            const int r = bild.bildspeichteil(name.c_str(), region);
+            // BMP has no 32-bit gray, BMP and TIFF no image of no pixels.
+            const bool geht = !(ext == ".bmp" && bild.bpp == 4) && (t.breite || ext == ".bia" || ext == ".raw");
+            ASSERT_EQ(r, geht ? 0 : 12);
+            if (r) return;
+            const Bytes datei = lies_datei(pfad("t" + ext));
+            CBILD zurueck(0, 0);
+            ASSERT_EQ(zurueck.bildlese(name.c_str()), 0);
+            pruefe_teil(zurueck, bild, t);
+            const bool farbe = bild.bpp == 3 || bild.bpp == 6;
+            if (ext == ".bia") {  // everything the header carries comes back
+                EXPECT_EQ(zurueck.flag, bild.flag);
+                EXPECT_EQ(std::vector<int>({zurueck.info[0], zurueck.info[1], zurueck.farbe32}),
+                          std::vector<int>({-5, 123456, 77}));
+            } else if (ext == ".raw") {  // colour type 3 (red first) or 5; planar comes back interleaved
+                EXPECT_EQ(get32(datei, 33), uint32_t(!farbe ? 0 : bild.flag ? 3 : 5));
+                EXPECT_EQ(zurueck.flag, farbe && bild.flag ? 4 : 0);
+            } else {
+                EXPECT_EQ(zurueck.flag, farbe && ext == ".tif" ? 4 : 0);
+            }
+            if (ext != ".tif") return;
+            ASSERT_EQ(zurueck.bildspeich(name.c_str()), 0);  // what we read writes the same file
+            EXPECT_EQ(lies_datei(pfad("t" + ext)), datei);
+        });
+    }
+}
+
+TEST_F(Formate, FourByteColourGoesOutAsThreeBytesInEveryFormat) {
+    CBILD c(0, 0), zurueck(0, 0);
+    c.speicher(2, 1, 4);
+    const unsigned char px[8] = {1, 2, 3, 4, 5, 6, 7, 8};
+    std::memcpy(c.puffer, px, 8);
+    c.farbe32 = 256;
+    for (std::string ext : {".bia", ".raw", ".bmp", ".tif"})
+        for (int flag : {0, 4}) {
+            c.flag = flag;  // 0: blue first, 4: red first; the fourth byte is dropped
+            ASSERT_EQ(c.bildspeich(wpfad("t" + ext).c_str()), 0) << ext;
+            ASSERT_EQ(zurueck.bildlese(wpfad("t" + ext).c_str()), 0);
+            ASSERT_EQ(zurueck.bpp, 3);
+            EXPECT_EQ(rgb(zurueck, 1, 0), flag ? Bytes({5, 6, 7}) : Bytes({7, 6, 5})) << ext;
+            EXPECT_EQ(c.bpp, 4);  // the image itself is unchanged
+        }
+}
+
+TEST_F(Formate, RefusalsAndFileErrorsHaveTheirCodes) {
+    auto pruefe = [&](auto format, const std::string& ext) {
+        using F = decltype(format);
+        SCOPED_TRACE(ext);
+        CBILD bild(0, 0), leer(0, 0);
+        muster_bild(bild, 4, 3, 5, 0);
+        const std::wstring ziel = wpfad("t" + ext), fehlt = wpfad("fehlt/t" + ext), ordner = w(dir);
+        CTeilbereich negativ(0, 0, 2, -2);
+        EXPECT_EQ(F().schreiben(ziel.c_str(), &bild), 12);
+        EXPECT_EQ(F().schreiben(ziel.c_str(), &leer), 12);
+        bild.bpp = 1;
+        EXPECT_EQ(F().schreibenteil(ziel.c_str(), &bild, &negativ), 12);
+        EXPECT_FALSE(existiert(pfad("t" + ext)));  // refused before the file is made
+        EXPECT_EQ(F().schreiben(L"", &bild), 1);
+        EXPECT_EQ(F().schreiben(nullptr, &bild), 1);
+        EXPECT_EQ(F().schreiben(fehlt.c_str(), &bild), 2);
+        EXPECT_EQ(F().schreiben(ordner.c_str(), &bild), 2);
+        EXPECT_EQ(F().schreiben(L"/dev/full", &bild), 4);  // shows when the file is closed
+        EXPECT_EQ(F().lesen(L"", &bild), 1);
+        EXPECT_EQ(F().lesen(nullptr, &bild), 1);
+        EXPECT_EQ(F().lesen(fehlt.c_str(), &bild), 2);
+        EXPECT_EQ(F().lesen(ordner.c_str(), &bild), 2);  // a folder is no file
+    };
+    pruefe(CBia(), ".bia");
+    pruefe(CRaw(), ".raw");
+    pruefe(CBmp(), ".bmp");
+    pruefe(CTiff(), ".tif");
+    CBILD b(4, 4);
+    b.bpp = 12;
+    EXPECT_EQ(b.bildspeich(wpfad("t.tif").c_str()) + b.bildspeich(wpfad("t.bmp").c_str()), 24);
+    b.bpp = 1;
+    EXPECT_EQ(b.bildspeich(wpfad("t.jpg").c_str()) + b.bildspeich(wpfad("t").c_str()), 2);  // no writer
+}

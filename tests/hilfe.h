@@ -2,7 +2,7 @@
 // pattern images, a colour-order-free view of pixels, the round-trip matrix.
 #pragma once
 #include <gtest/gtest.h>
-#include <sys/stat.h>
+#include <sys/stat.h>  // mkdir, mkfifo
 #include <unistd.h>
 
 #include <cstdint>
@@ -26,10 +26,7 @@ inline void schreib_datei(const std::string& pfad, const Bytes& b) {
     f.write(reinterpret_cast<const char*>(b.data()), std::streamsize(b.size()));
 }
 
-inline bool existiert(const std::string& pfad) {
-    struct stat st;
-    return ::stat(pfad.c_str(), &st) == 0;
-}
+inline bool existiert(const std::string& pfad) { return ::access(pfad.c_str(), F_OK) == 0; }
 
 inline std::wstring w(const std::string& s) { return std::wstring(s.begin(), s.end()); }
 

@@ -9,16 +9,9 @@
 
 namespace {
 
-// A 24-bit BMP whose pixel (x, y) is red x + y, green y, blue x.
 Bytes bmp24(int breite, int hoehe) {
     const BmpBau b(24, breite, hoehe);
-    std::vector<Bytes> zeilen(size_t(hoehe), Bytes(size_t(b.stride()), 0));
-    for (int y = 0; y < hoehe; ++y)
-        for (int x = 0; x < breite; ++x) {
-            Bytes& z = zeilen[size_t(y)];
-            z[size_t(3 * x)] = uint8_t(x), z[size_t(3 * x + 1)] = uint8_t(y), z[size_t(3 * x + 2)] = uint8_t(x + y);
-        }
-    return b.bau(zeilen);
+    return b.bau(b.muster());
 }
 
 using Konverter = Ordner;
@@ -58,11 +51,11 @@ TEST_F(Konverter, BatchGoesOnAndPrintsOneLinePerArgument) {
     EXPECT_TRUE(existiert(pfad("last.BMP.tif")));
     EXPECT_FALSE(existiert(pfad("kurz.bmp.tif")) || existiert(pfad("flach.bmp.tif")));
     EXPECT_EQ(lies_datei(pfad("kurz.bmp")), kurz);  // inputs untouched
-    // The output is the rows in red-green-blue order after the 222-byte head.
+    // The output is the rows, top first, in red-green-blue order after the 222-byte head.
     const Bytes t = lies_datei(pfad("photo.bmp.tif"));
+    const auto z = BmpBau(24, 5, 3).muster();
     ASSERT_EQ(t.size(), 222u + 45);
-    EXPECT_EQ(Bytes(t.begin() + 222, t.begin() + 228), (Bytes{0, 0, 0, 1, 0, 1}));
-    EXPECT_EQ(Bytes(t.begin() + 222 + 30, t.begin() + 222 + 33), (Bytes{2, 2, 0}));
+    for (size_t i = 0; i < 45; ++i) EXPECT_EQ(t[222 + i], z[i / 15][i % 15 / 3 * 3 + 2 - i % 3]) << i;
 }
 
 TEST_F(Konverter, OutputNameAlwaysGetsTifAppended) {

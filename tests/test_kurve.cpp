@@ -68,26 +68,23 @@ TEST(Kurve, RangeKeepsEarlierTiesSubtractionAndMean) {
     double a[5] = {3, 1, 4, 1, -5};
     k.initx(4);  // count 4: a[4] is not looked at
     k.getbereich0(a, &lo, &hi);
+    leer.getbereichy(&lo, &hi);  // no pairs: left as they were
     EXPECT_EQ(D({lo, hi}), D({1, 4}));
-    leer.getbereichy(&lo, &hi);
-    EXPECT_EQ(lo, 1);
 
     double x3[3] = {1, 2, 3}, ya[3] = {10, 20, 30}, yb[3] = {1, 2, 3};
     CKurve p(x3, ya, 3), q(x3, yb, 3), kurz(x3, yb, 2), out;
     out.speicher(7);
     p.subtraktion(&q, &out);
-    EXPECT_EQ(D({double(out.kapazitaet), out.x[2], out.y[2]}), D({3, 3, 27}));
     p.subtraktion(&kurz, &out);  // counts differ: nothing happens
-    EXPECT_EQ(out.y[2], 27);
+    EXPECT_EQ(D({double(out.kapazitaet), out.x[2], out.y[2]}), D({3, 3, 27}));
     p.multx_fak(2);
     p.subtraktion(&q, &p);  // in place: x stays, y replaced
     EXPECT_EQ(D({p.x[1], p.y[1]}), D({4, 18}));
     p.subtraktion(&q, &q);  // into the subtrahend
     EXPECT_EQ(q.y[1], 16);
     double v[4] = {1, 2, 3, 6};
-    EXPECT_EQ(D({CKurve::meanvalue(v, 4), CKurve::meanvalue(v, 0)}), D({3, 0}));
     CKurve::addvalue(v, 3, 0.5);
-    EXPECT_EQ(D({v[2], v[3]}), D({3.5, 6}));
+    EXPECT_EQ(D({CKurve::meanvalue(v, 4), CKurve::meanvalue(v, 0), v[3]}), D({3.375, 0, 6}));
 }
 
 TEST(Kurve, TextOutputByteForByte) {
@@ -118,8 +115,7 @@ TEST(LogKurve, FloorAxesAndInverse) {
     EXPECT_EQ(D({c.x[0], b.x[3]}), D({5, -10}));  // source untouched
     setzlogu(1, &b, &b);
     EXPECT_NEAR(b.x[0], 5, 1e-14);
-    EXPECT_DOUBLE_EQ(b.x[1], std::exp(-10.0));
-    EXPECT_EQ(b.y[1], -10.0);
+    EXPECT_EQ(D({b.x[1], b.y[1]}), D({std::exp(-10.0), -10}));
     setzlogu(3, &leer, &b);
     EXPECT_TRUE(!b.anzahl && !b.x);
 }

@@ -1,7 +1,7 @@
-// TIFF writer: the fixed layout byte for byte and the depth table. TIFF
-// reader: a matrix of layouts built in memory, the gray and palette
-// mappings, one-change refusals, damaged files, and files from tiffcp,
-// Pillow and ImageMagick.
+// TIFF writer: the fixed layout byte for byte. TIFF reader: a matrix of
+// layouts built in memory, the gray and palette mappings, one-change
+// refusals, and files from tiffcp, Pillow and ImageMagick. (Random damage
+// is the fuzz target's work: fuzz/fuzz_tiff.cpp.)
 #include <cstring>
 #include <functional>
 #include <sstream>
@@ -90,35 +90,21 @@ TEST_F(Tiff, SingleStripStatesItsOffsetEightBytesPastTheRows) {
     EXPECT_EQ(lies(t, c), 3);
 }
 
-TEST_F(Tiff, StripTablesForMoreThanTwentyRows) {
+TEST_F(Tiff, StripTablesForMoreThanTwentyRowsAndMaxSampleValues) {
     CBILD b(0, 0);
     muster_bild(b, 10, 21, 1, 0);
-    Bytes t = schreibe(b);
+    const Bytes t = schreibe(b);
     ASSERT_EQ(t.size(), 238u + 210u);
     EXPECT_EQ(eintrag(t, 273), std::vector<uint32_t>({206, 4, 2}));  // 2 LONG offsets at 206
-    EXPECT_EQ(eintrag(t, 279)[0], 214u);
+    EXPECT_EQ(std::vector<uint32_t>({eintrag(t, 279)[0], eintrag(t, 282)[0], eintrag(t, 283)[0]}),
+              std::vector<uint32_t>({214, 222, 230}));
     EXPECT_EQ(std::vector<uint32_t>({get32(t, 206), get32(t, 210), get32(t, 214), get32(t, 218)}),
               std::vector<uint32_t>({238, 438, 200, 10}));
-    EXPECT_EQ(std::vector<uint32_t>({eintrag(t, 282)[0], eintrag(t, 283)[0]}), std::vector<uint32_t>({222, 230}));
     EXPECT_EQ(Bytes(t.begin() + 238, t.end()), Bytes(b.puffer, b.puffer + 210));
-}
-
-TEST_F(Tiff, DepthTable) {
-    // bpp: bits, samples, photometric, MaxSampleValue and its type, planar config
-    const std::pair<int, std::vector<std::vector<uint32_t>>> tabelle[] = {
-        {1, {{8}, {1}, {1}, {255, 3}, {1}}},   {2, {{16}, {1}, {1}, {65535, 3}, {1}}},
-        {3, {{8}, {3}, {2}, {255, 3}, {1}}},   {4, {{32}, {1}, {1}, {4294967295u, 4}, {1}}},
-        {6, {{16}, {3}, {2}, {65535, 3}, {1}}}};
-    for (const auto& [bpp, soll] : tabelle) {
-        CBILD b(0, 0);
+    // MaxSampleValue is SHORT but for 32-bit gray, LONG.
+    for (auto [bpp, max, typ] : {std::tuple{1, 255u, 3u}, {2, 65535u, 3u}, {3, 255u, 3u}, {4, 4294967295u, 4u}, {6, 65535u, 3u}}) {
         muster_bild(b, 3, 2, bpp, 4);
-        const Bytes t = schreibe(b);
-        const uint16_t tags[] = {258, 277, 262, 281, 284};
-        for (size_t i = 0; i < 5; ++i) {
-            const std::vector<uint32_t> e = eintrag(t, tags[i]);
-            EXPECT_EQ(std::vector<uint32_t>(e.begin(), e.begin() + long(soll[i].size())), soll[i]) << bpp << " " << tags[i];
-        }
-        EXPECT_EQ(Bytes(t.begin() + 222, t.end()), Bytes(b.puffer, b.puffer + 6 * bpp));  // flag 4: as stored
+        EXPECT_EQ(eintrag(schreibe(b), 281), std::vector<uint32_t>({max, typ, 1})) << bpp;
     }
 }
 
@@ -179,9 +165,7 @@ TEST_F(Tiff, OneChangeRefusals) {
     struct Fall { const char* was; std::function<void(TiffBau&)> aendern; int code; };
     const std::vector<Fall> faelle = {
         {"JPEG", [](TiffBau& t) { t.feld(259, 3, {7}); }, 12},
-        {"CCITT", [](TiffBau& t) { t.feld(259, 3, {3}); }, 12},
         {"float", [](TiffBau& t) { t.feld(339, 3, {3}); }, 12},
-        {"signed", [](TiffBau& t) { t.feld(339, 3, {2}); }, 12},
         {"2-bit gray", [](TiffBau& t) { t.feld(258, 3, {2}); }, 12},
         {"5 samples", [](TiffBau& t) { t.feld(277, 3, {5}); }, 12},
         {"gray + alpha", [](TiffBau& t) { t.feld(277, 3, {2}); }, 12},
@@ -222,27 +206,6 @@ TEST_F(Tiff, OneChangeRefusals) {
     EXPECT_EQ(lies(Bytes(gut.begin(), gut.begin() + 30), b), 3);  // cut inside the directory
 }
 
-TEST_F(Tiff, DamagedFilesGiveCodesNeverCrashes) {
-    // Random byte changes, half of them in the directory at the end of
-    // these files: every result is a code; the sanitizers watch memory.
-    TiffBau p = TiffBau::bild(3, 1, 4, 1, 3, {0x1F, 0x20});
-    p.feld(320, 3, std::vector<uint64_t>(48, 0x1234));
-    const Bytes basen[] = {baue(3, 16, 63).bau(), baue(1, 8, 40).bau(), baue(4, 8, 16).bau(), p.bau(),
-                           TiffBau::bild(11, 2, 1, 1, 0, {0xB3, 0xA0, 0x0F, 0xE0}).bau()};
-    uint32_t saat = 7;
-    auto zufall = [&saat](size_t n) { return size_t((saat = saat * 1103515245u + 12345u) >> 8) % n; };
-    CBILD b(0, 0);
-    for (const Bytes& basis : basen)
-        for (int runde = 0; runde < 250; ++runde) {
-            Bytes d = basis;
-            for (int k = 0; k < 1 + runde % 3; ++k)
-                d[runde % 2 ? zufall(d.size()) : d.size() - 1 - zufall(std::min<size_t>(d.size(), 160))] = uint8_t(zufall(256));
-            if (runde % 25 == 0) d.resize(zufall(d.size()));
-            const int r = lies(d, b);
-            EXPECT_TRUE(r == 0 || r == 3 || r == 12) << r;
-        }
-}
-
 // ---- real producers ------------------------------------------------------
 
 TEST_F(Tiff, TiffcpVariantsReadLikeTheSource) {
@@ -281,19 +244,17 @@ rgb = Image.new('RGB', (W, H))
 rgb.putdata([((x * 7 + y * 3) % 256, (x * y) % 256, (255 - x * 5) % 256) for y in range(H) for x in range(W)])
 rgba = rgb.copy()
 rgba.putalpha(Image.linear_gradient('L').resize((W, H)))
-bilder = {'1': rgb.convert('L').point(lambda v: 255 if v > 100 else 0).convert('1'), 'L': rgb.convert('L'),
-          'P': rgb.quantize(40), 'RGB': rgb, 'RGBA': rgba,
-          'I16': Image.frombytes('I;16', (W, H), bytes((x * 37 + 11) % 256 for x in range(2 * W * H)))}
 namen = sys.argv[2:]
-for mode, im in bilder.items():
+for mode, im in {'1': rgb.convert('L').point(lambda v: 255 if v > 100 else 0).convert('1'), 'L': rgb.convert('L'),
+                 'P': rgb.quantize(40), 'RGB': rgb, 'RGBA': rgba,
+                 'I16': Image.frombytes('I;16', (W, H), bytes((x * 37 + 11) % 256 for x in range(2 * W * H)))}.items():
     for c in ['raw', 'tiff_lzw', 'tiff_adobe_deflate', 'tiff_deflate', 'packbits']:
         namen.append(f'pil_{mode}_{c}.tif')
         im.save(f'{d}/{namen[-1]}', compression=c)
 for n in namen:
     im = Image.open(f'{d}/{n}')
     open(f'{d}/{n}.raw', 'wb').write(im.convert('L').tobytes() if im.mode == '1' else im.tobytes())
-    if im.mode == 'P':
-        open(f'{d}/{n}.pal', 'wb').write(bytes(im.getpalette()[:768]))
+    open(f'{d}/{n}.pal', 'wb').write(bytes(im.getpalette()[:768]) if im.mode == 'P' else b'')
     print(n, im.mode, im.tag_v2.get(258, (0,))[0])
 )";
     schreib_datei(pfad("erzeuge.py"), Bytes(py.begin(), py.end()));
@@ -311,13 +272,10 @@ for n in namen:
         laufe("cd '" + dir + "' && /usr/bin/convert -size 37x23 " + args + " " + name);
         magick += std::string(" ") + name;
     }
-    int status = -1;
+    int status = -1, bits = 0, anzahl = 0;
     std::istringstream liste(laufe("/usr/bin/python3 '" + pfad("erzeuge.py") + "' '" + dir + "'" + magick, &status));
     ASSERT_EQ(status, 0);
-    std::string name, mode;
-    int bits = 0, anzahl = 0;
-    while (liste >> name >> mode >> bits) {
-        ++anzahl;
+    for (std::string name, mode; liste >> name >> mode >> bits; ++anzahl) {
         CBILD b(0, 0);
         ASSERT_EQ(lies(name, b), 0) << name;
         EXPECT_EQ(b.farbe32, mode == "RGBA" ? 256 : 0) << name;
@@ -331,7 +289,7 @@ for n in namen:
             }
         EXPECT_EQ(unsere, lies_datei(pfad(name + ".raw"))) << name;
         const Bytes pal = lies_datei(pfad(name + ".pal"));
-        for (size_t i = 0; mode == "P" && i < std::min(size_t(1) << bits, pal.size() / 3); ++i)
+        for (size_t i = 0; i < std::min(size_t(1) << bits, pal.size() / 3); ++i)
             EXPECT_EQ(b.palette[i], uint32_t(pal[3 * i] << 16 | pal[3 * i + 1] << 8 | pal[3 * i + 2])) << name << " " << i;
     }
     EXPECT_GE(anzahl, 30);

@@ -44,9 +44,7 @@ inline std::string laufe(const std::string& befehl, int* status = nullptr) {
 }
 
 inline bool hat_pillow() { return laufe("/usr/bin/python3 -c 'import PIL; print(1)' 2>/dev/null") == "1\n"; }
-inline bool hat_magick() {
-    return laufe("/usr/bin/convert -version 2>/dev/null").find("ImageMagick") != std::string::npos;
-}
+inline bool hat_magick() { return laufe("/usr/bin/convert -version 2>/dev/null").find("ImageMagick") != std::string::npos; }
 
 // A fresh folder under the test's working directory, removed afterwards.
 class Ordner : public ::testing::Test {

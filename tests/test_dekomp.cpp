@@ -1,6 +1,6 @@
 // The TIFF decoders on the cases that break decoders: PackBits runs of 128,
 // LZW code width changes and table resets, Deflate stored/fixed/dynamic
-// blocks, and damaged data that must never write past the buffer.
+// blocks and far distances, output cut at the buffer's end, damaged data.
 #include "files/tiff_dekomp.h"
 #include "tiff_bau.h"
 
@@ -64,15 +64,13 @@ TEST(Dekomp, LzwAcrossEveryCodeWidthAndTableReset) {
     EXPECT_EQ(bild::lzw_entpacken(Bytes{0x80, 0x10, 0x60, 0x60}.data(), 4, z.data(), 8), -1);  // 256, 'A', 259
 }
 
-TEST_F(DekompZlib, InflateStoredFixedDynamicAndDamagedData) {
+TEST_F(DekompZlib, InflateStoredFixedDynamicLongDistancesTruncated) {
     // Repeats (long matches, far distances) and noise.
     Bytes d = zufall(70000, 3, 12);
     const Bytes rauschen = zufall(5000, 4);
     d.insert(d.begin() + 1000, rauschen.begin(), rauschen.end());
     for (size_t i = 40000; i < 41000; ++i) d[i] = d[i - 33000];
     schreib_datei(pfad("d"), d);
-    std::vector<std::pair<Dekoder, Bytes>> stroeme = {{bild::lzw_entpacken, lzw(d)},
-                                                       {bild::packbits_entpacken, zufall(600, 5)}};
     // Python's zlib: level 0 gives stored blocks, strategy 4 (Z_FIXED) fixed
     // ones, other levels dynamic ones. Nothing without Python.
     for (const char* art : {"0,8,15,9,0", "9,8,15,9,4", "9,8,15,9,0", "1,8,15,9,0"}) {
@@ -81,25 +79,15 @@ TEST_F(DekompZlib, InflateStoredFixedDynamicAndDamagedData) {
                                     pfad("d") + "' 2>/dev/null");
         if (s.empty()) continue;
         const Bytes q(s.begin(), s.end());
-        stroeme.push_back({bild::inflate_entpacken, q});
         EXPECT_EQ(entpacke(bild::inflate_entpacken, q, d.size()), d) << art;
         EXPECT_EQ(entpacke(bild::inflate_entpacken, q, 777), Bytes(d.begin(), d.begin() + 777));
         int64_t r = 0;
         entpacke(bild::inflate_entpacken, Bytes(q.begin(), q.begin() + long(q.size() / 2)), d.size(), &r);
         EXPECT_LT(r, int64_t(d.size()));  // truncated data: short, never more than was there
-    }
-    uint32_t saat = 1;
-    for (auto& [f, q] : stroeme)
-        for (int runde = 0; runde < 200; ++runde) {
-            Bytes m(q.begin(), q.begin() + long(std::min<size_t>(q.size(), 4000)));
-            for (int k = 0; k < 1 + runde % 4; ++k) {
-                saat = saat * 1103515245u + 12345u;
-                m[(saat >> 8) % m.size()] ^= uint8_t(1 + (saat >> 24) % 255);
-            }
-            for (size_t kap : {size_t(0), size_t(1), size_t(1000), size_t(20000)}) {
-                int64_t r = 0;
-                entpacke(f, m, kap, &r);
-                EXPECT_LE(r, int64_t(kap));
-            }
+        for (size_t i = 0; i < q.size(); i += 97) {  // one damaged byte: a result, never a write past the buffer
+            Bytes m = q;
+            m[i] ^= 0x5A;
+            EXPECT_LE(entpacke(bild::inflate_entpacken, m, 1000).size(), 1000u);
         }
+    }
 }

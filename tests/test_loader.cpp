@@ -25,7 +25,6 @@ TEST_F(Loader, CodesAndOwnership) {
 TEST(Fehlerkatalog, CodesMapToTextsAndNamesOnce) {
     EXPECT_STREQ(Utils::errorToString(E_RAM_FILE_LOADER_FILE_TOO_LONG), "Datei ist zu gross ");
     EXPECT_STREQ(Utils::errorName(-10007), "E_RAM_FILE_LOADER_OUT_OF_MEM");
-    EXPECT_STREQ(Utils::errorName(E_RAM_FILE_LDR_BASE), "E_RAM_FILE_LDR_BASE");
     EXPECT_STREQ(Utils::errorToString(12345), "Unbekannter Fehlercode ");
     EXPECT_EQ(Utils::errorName(12345), nullptr);
     size_t n = 0;

@@ -71,10 +71,10 @@ TiffBau baue(int spp, int bits, int k) {
 
 }  // namespace
 
-TEST_F(Tiff, SingleStripStatesItsOffsetEightBytesPastTheRows) {
+TEST_F(Tiff, WriterSingleStripAt230StripTablesMaxSampleValues) {
     CBILD b(0, 0), c(0, 0);
     muster_bild(b, 10, 10, 1, 0);
-    Bytes t = schreibe(b);
+    Bytes t = schreibe(b);  // one strip of 10 rows
     ASSERT_EQ(t.size(), 322u);
     EXPECT_EQ(Bytes(t.begin(), t.begin() + 10), (Bytes{'I', 'I', 42, 0, 8, 0, 0, 0, 16, 0}));
     const uint16_t tags[16] = {254, 256, 257, 258, 259, 262, 273, 277, 278, 279, 280, 281, 282, 283, 284, 296};
@@ -88,12 +88,10 @@ TEST_F(Tiff, SingleStripStatesItsOffsetEightBytesPastTheRows) {
     // really starts at 230, running past the end.
     t.push_back(0);
     EXPECT_EQ(lies(t, c), 3);
-}
 
-TEST_F(Tiff, StripTablesForMoreThanTwentyRowsAndMaxSampleValues) {
-    CBILD b(0, 0);
+    // More than 20 rows: tables of strip offsets and byte counts.
     muster_bild(b, 10, 21, 1, 0);
-    const Bytes t = schreibe(b);
+    t = schreibe(b);
     ASSERT_EQ(t.size(), 238u + 210u);
     EXPECT_EQ(eintrag(t, 273), std::vector<uint32_t>({206, 4, 2}));  // 2 LONG offsets at 206
     EXPECT_EQ(std::vector<uint32_t>({eintrag(t, 279)[0], eintrag(t, 282)[0], eintrag(t, 283)[0]}),
@@ -147,18 +145,15 @@ TEST_F(Tiff, GrayAndPaletteMappings) {
     TiffBau g = TiffBau::bild(1, 1, 16, 1, 0, {0x12, 0x34});
     g.mm = true;
     EXPECT_EQ(zeile(g), (Bytes{0xCB, 0xED}));  // 65535 - 0x1234, little-endian
-    // Palette: indices as they are, the map's high bytes as 0x00RRGGBB.
-    for (int bits : {4, 8}) {
-        const uint64_t n = uint64_t(1) << bits;
-        std::vector<uint64_t> karte(3 * n, 0x80FF);
-        for (uint64_t i = 0; i < n; ++i) karte[i] = ((i * 16) & 0xFF) << 8 | 0x77, karte[n + i] = (255 - i) << 8;
-        TiffBau t = TiffBau::bild(3, 1, bits, 1, 3, bits == 4 ? Bytes{0x1F, 0x20} : Bytes{1, 15, 2});
-        t.feld(320, 3, karte);
-        EXPECT_EQ(zeile(t), (Bytes{1, 15, 2}));
-        for (uint32_t i : {0u, 1u, 15u}) EXPECT_EQ(b.palette[i], ((i * 16) & 0xFF) << 16 | (255 - i) << 8 | 0x80);
-        t.felder.erase(320);
-        EXPECT_EQ(lies(t.bau(), b), 3) << "palette without its map";
-    }
+    // Palette: indices as they are, the map's high bytes as 0x00RRGGBB; no map, no image.
+    std::vector<uint64_t> karte(48, 0x80FF);
+    for (uint64_t i = 0; i < 16; ++i) karte[i] = i << 12 | 0x77, karte[16 + i] = (255 - i) << 8;
+    TiffBau p = TiffBau::bild(3, 1, 4, 1, 3, {0x1F, 0x20});
+    p.feld(320, 3, karte);
+    EXPECT_EQ(zeile(p), (Bytes{1, 15, 2}));
+    EXPECT_EQ(std::vector<uint32_t>({b.palette[1], b.palette[15]}), std::vector<uint32_t>({0x10FE80, 0xF0F080}));
+    p.felder.erase(320);
+    EXPECT_EQ(lies(p.bau(), b), 3);
 }
 
 TEST_F(Tiff, OneChangeRefusals) {
@@ -258,19 +253,16 @@ for n in namen:
     print(n, im.mode, im.tag_v2.get(258, (0,))[0])
 )";
     schreib_datei(pfad("erzeuge.py"), Bytes(py.begin(), py.end()));
-    std::string magick;
-    const char* dateien[][2] = {
-        {"im_g1.tif", "gradient:black-white -monochrome -depth 1 -compress lzw"},
-        {"im_f1.tif", "gradient:black-white -monochrome -depth 1 -define tiff:fill-order=lsb"},
-        {"im_g4.tif", "gradient:black-white -depth 4 -compress zip"},
-        {"im_p4.tif", "plasma:fractal -colors 16 -type palette -depth 4"},
-        {"im_rgba.tif", "plasma:fractal -depth 8 -alpha set -channel A -evaluate set 50% +channel -compress zip"},
-        {"im_rgb16.tif", "gradient:red-blue -depth 16 -compress zip -define tiff:predictor=2"},
-        {"im_rle.tif", "plasma:fractal -depth 8 -compress RLE"}};
-    for (auto& [name, args] : dateien) {
+    std::string magick;  // 1-bit LSB first, 4-bit gray and palette, 16-bit RGB with the predictor, PackBits
+    int nr = 0;
+    for (const char* args : {"gradient:black-white -monochrome -depth 1 -define tiff:fill-order=lsb",
+                             "gradient:black-white -depth 4 -compress zip", "plasma:fractal -colors 16 -type palette -depth 4",
+                             "gradient:red-blue -depth 16 -compress zip -define tiff:predictor=2",
+                             "plasma:fractal -depth 8 -compress RLE"}) {
         if (!hat_magick()) break;
+        const std::string name = "im" + std::to_string(nr++) + ".tif";
         laufe("cd '" + dir + "' && /usr/bin/convert -size 37x23 " + args + " " + name);
-        magick += std::string(" ") + name;
+        magick += " " + name;
     }
     int status = -1, bits = 0, anzahl = 0;
     std::istringstream liste(laufe("/usr/bin/python3 '" + pfad("erzeuge.py") + "' '" + dir + "'" + magick, &status));
@@ -283,8 +275,8 @@ for n in namen:
         // x 17 (ours x 16), and it cuts 16-bit RGB to the high bytes.
         Bytes unsere;
         for (int y = 0; y < b.hoehe; ++y)
-            for (int i = 0; i < b.breite * b.bpp; i += b.bpp == 6 ? 2 : 1) {
-                const uint8_t v = b.zeile[y][i + (b.bpp == 6)];
+            for (int i = b.bpp == 6; i < b.breite * b.bpp; i += b.bpp == 6 ? 2 : 1) {
+                const uint8_t v = b.zeile[y][i];
                 unsere.push_back(mode == "1" ? (v ? 255 : 0) : mode == "L" && bits == 4 ? uint8_t(v / 16 * 17) : v);
             }
         EXPECT_EQ(unsere, lies_datei(pfad(name + ".raw"))) << name;

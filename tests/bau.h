@@ -28,8 +28,7 @@ struct BmpBau {
     Bytes farbtabelle;             // written after the masks
     int64_t datenoffset = -1;      // default: right after header, masks, table
 
-    BmpBau(int bits_ = 24, int breite_ = 1, int hoehe_ = 1, bool topdown_ = false)
-        : bits(bits_), breite(breite_), hoehe(hoehe_), topdown(topdown_) {}
+    BmpBau(int b = 24, int w = 1, int h = 1, bool oben_zuerst = false) : bits(b), breite(w), hoehe(h), topdown(oben_zuerst) {}
 
     int stride() const { return int(((int64_t(breite) * bits + 7) / 8 + 3) & 0xFFFC); }
 

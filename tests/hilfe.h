@@ -95,10 +95,9 @@ inline Bytes rgb(const CBILD& b, int x, int y) {
     return out;
 }
 
-// The round-trip matrix: depths 1, 2, 3, 4, 6 x flag words 0, 1 (planar), 4
-// x the whole image and regions at each edge of a 37 x 21 pattern image
-// (moved inside, cut to the image, 20 rows, of no columns). `f(bild,
-// region, t)` writes with `region` (null or &t; the writer fits t) and reads back.
+// The round-trip matrix: depths 1, 2, 3, 4, 6 x flag words 0, 1 (planar), 4 x the whole 37 x 21 image and
+// regions (moved inside, cut to the image, 20 rows, no columns). `f(bild, region, t)` writes `region`
+// (null or &t; the writer fits t) and reads back.
 template <typename F>
 void rundreise(F f) {
     const CTeilbereich regionen[] = {{-2, 3, 5, 4}, {35, 1, 6, 20}, {2, 18, 4, 9}, {0, 0, 100, 100}, {4, 5, 0, 3}};

@@ -100,10 +100,7 @@ TEST_F(BiaRaw, RawReaderQuirksAndOneChangeCodes) {
     for (int i = 0; i < 12; ++i) klein[size_t(i)] = uint8_t(std::tolower(klein[size_t(i)]));
     Bytes magic = gut, ende = gut, kurz = gut;
     magic[4] = 'X', ende[12] = 'x', kurz.pop_back();
-    struct Fall {
-        Bytes datei;
-        int code, hoehe, bpp, flag, erstes;
-    };
+    struct Fall { Bytes datei; int code, hoehe, bpp, flag, erstes; };
     const Fall faelle[] = {
         {gut, 0, 2, 1, 0, 1},           {Bytes(48, 42), 0, 1, 1, 0, 42},  // no header: 1 x 1, one byte
         {Bytes{}, 3, 1, 1, 0, -1},      {klein, 0, 2, 1, 0, 1},
@@ -135,9 +132,7 @@ TEST_F(BiaRaw, RawReaderQuirksAndOneChangeCodes) {
 TEST_F(BiaRaw, RawTestDumpWhenItsFolderExists) {
     // With the folder in the working directory, every raw image read is
     // stored there once more, as BIA and as raw.
-    CBILD bild(0, 0);
-    muster_bild(bild, 2, 3, 3, 0);
-    ASSERT_EQ(bild.bildspeich(wpfad("frame.raw").c_str()), 0);
+    schreib_datei(pfad("frame.raw"), raw(2, 3, 24, 5, Bytes(18, 7)));
     ASSERT_EQ(::mkdir(pfad("c:").c_str(), 0755) | ::mkdir(pfad("c:/bild_testfiles").c_str(), 0755), 0);
     EXPECT_EQ(konvertiere("frame.raw"), "Convert frame.raw: OK\n");
     EXPECT_EQ(lies_datei(pfad("c:/bild_testfiles/test32raw.raw")), lies_datei(pfad("frame.raw")));

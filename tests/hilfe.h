@@ -1,9 +1,8 @@
-// Test helpers: a scratch folder per test, whole-file I/O, and a builder of
-// BMP bytes from a few parameters, pattern images and a colour-order-free
-// view of their pixels.
+// Test helpers: a scratch folder per test, whole-file I/O, shell commands,
+// pattern images, a colour-order-free view of pixels, the round-trip matrix.
 #pragma once
 #include <gtest/gtest.h>
-#include <sys/stat.h>
+#include <sys/stat.h>  // mkdir, mkfifo
 #include <unistd.h>
 
 #include <cstdint>
@@ -15,7 +14,7 @@
 #include <vector>
 
 #include "bau.h"
-#include "bild/bild.h"
+#include "bildlib.h"
 
 inline Bytes lies_datei(const std::string& pfad) {
     std::ifstream f(pfad, std::ios::binary);
@@ -27,41 +26,9 @@ inline void schreib_datei(const std::string& pfad, const Bytes& b) {
     f.write(reinterpret_cast<const char*>(b.data()), std::streamsize(b.size()));
 }
 
-inline bool existiert(const std::string& pfad) {
-    struct stat st;
-    return ::stat(pfad.c_str(), &st) == 0;
-}
+inline bool existiert(const std::string& pfad) { return ::access(pfad.c_str(), F_OK) == 0; }
 
 inline std::wstring w(const std::string& s) { return std::wstring(s.begin(), s.end()); }
-
-// A fresh folder under the test's working directory, removed afterwards.
-class Ordner : public ::testing::Test {
-protected:
-    std::string dir;
-    void SetUp() override {
-        char muster[] = "bildtest_XXXXXX";
-        ASSERT_NE(::mkdtemp(muster), nullptr);
-        dir = muster;
-    }
-    void TearDown() override { std::system(("rm -rf '" + dir + "'").c_str()); }
-    std::string pfad(const std::string& name) const { return dir + "/" + name; }
-};
-
-// A scratch folder and one file "t<ext>" in it, read through the dispatcher.
-class FormatOrdner : public Ordner {
-protected:
-    virtual const char* endung() const = 0;
-    std::string datei() const { return pfad(std::string("t") + endung()); }
-    std::wstring name;
-    void SetUp() override {
-        Ordner::SetUp();
-        name = w(datei());
-    }
-    int lies(const Bytes& b, CBILD& bild) {
-        schreib_datei(datei(), b);
-        return bild.bildlese(name.c_str());
-    }
-};
 
 // Output of a shell command, and its exit status.
 inline std::string laufe(const std::string& befehl, int* status = nullptr) {
@@ -75,6 +42,32 @@ inline std::string laufe(const std::string& befehl, int* status = nullptr) {
     if (status) *status = WIFEXITED(s) ? WEXITSTATUS(s) : -1;
     return out;
 }
+
+inline bool hat_pillow() { return laufe("/usr/bin/python3 -c 'import PIL; print(1)' 2>/dev/null") == "1\n"; }
+inline bool hat_magick() { return laufe("/usr/bin/convert -version 2>/dev/null").find("ImageMagick") != std::string::npos; }
+
+// A fresh folder under the test's working directory, removed afterwards.
+class Ordner : public ::testing::Test {
+protected:
+    std::string dir;
+    void SetUp() override {
+        char muster[] = "bildtest_XXXXXX";
+        ASSERT_NE(::mkdtemp(muster), nullptr);
+        dir = muster;
+    }
+    void TearDown() override { std::system(("rm -rf '" + dir + "'").c_str()); }
+    std::string pfad(const std::string& name) const { return dir + "/" + name; }
+    std::wstring wpfad(const std::string& name) const { return w(pfad(name)); }
+    // Writes `b` as `name` and reads it through the dispatcher.
+    int lies(const Bytes& b, CBILD& bild, const std::string& name) {
+        schreib_datei(pfad(name), b);
+        return bild.bildlese(wpfad(name).c_str());
+    }
+    // bildconv inside the folder; `vorher` runs first in the same shell.
+    std::string konvertiere(const std::string& args, const std::string& vorher = "", int* status = nullptr) {
+        return laufe("cd '" + dir + "' && " + vorher + " '" BILDCONV_PATH "' " + args + " 2>&1", status);
+    }
+};
 
 // Fills an image of the given size, depth and flag word with a pattern of
 // (row, byte index).
@@ -102,10 +95,9 @@ inline Bytes rgb(const CBILD& b, int x, int y) {
     return out;
 }
 
-// The round-trip matrix: depths 1, 2, 3, 4, 6 x flag words 0, 1 (planar), 4
-// x the whole image and regions at each edge of a 37 x 21 pattern image
-// (moved inside, cut to the image, of no columns). `f(bild, region, t)`
-// writes with `region` (null or &t; the writer fits t) and reads back.
+// The round-trip matrix: depths 1, 2, 3, 4, 6 x flag words 0, 1 (planar), 4 x the whole 37 x 21 image and
+// regions (moved inside, cut to the image, 20 rows, no columns). `f(bild, region, t)` writes `region`
+// (null or &t; the writer fits t) and reads back.
 template <typename F>
 void rundreise(F f) {
     const CTeilbereich regionen[] = {{-2, 3, 5, 4}, {35, 1, 6, 20}, {2, 18, 4, 9}, {0, 0, 100, 100}, {4, 5, 0, 3}};

@@ -1,6 +1,6 @@
 // The TIFF decoders on the cases that break decoders: PackBits runs of 128,
 // LZW code width changes and table resets, Deflate stored/fixed/dynamic
-// blocks, and damaged data that must never write past the buffer.
+// blocks and far distances, output cut at the buffer's end, damaged data.
 #include "files/tiff_dekomp.h"
 #include "tiff_bau.h"
 
@@ -14,7 +14,8 @@ Bytes zufall(size_t n, uint32_t saat, int alphabet = 256) {
 
 using Dekoder = int64_t (*)(const unsigned char*, size_t, unsigned char*, size_t);
 
-// Into a buffer of exactly kap bytes, so AddressSanitizer sees any write beyond.
+// Into a buffer of exactly kap bytes, so AddressSanitizer sees any write
+// beyond; the result code is returned in *n.
 Bytes entpacke(Dekoder f, const Bytes& q, size_t kap, int64_t* n = nullptr) {
     Bytes z(kap);
     const int64_t r = f(q.data(), q.size(), z.data(), kap);
@@ -23,16 +24,7 @@ Bytes entpacke(Dekoder f, const Bytes& q, size_t kap, int64_t* n = nullptr) {
     return z;
 }
 
-// Python's zlib: level 0 gives stored blocks, strategy 4 (Z_FIXED) fixed
-// ones, other levels dynamic ones. Empty without Python.
-Bytes zlib(const std::string& pfad, const Bytes& d, int level, int strategie) {
-    schreib_datei(pfad, d);
-    const std::string out = laufe("/usr/bin/python3 -c \"import zlib,sys; c=zlib.compressobj(" + std::to_string(level) +
-                                  ",8,15,9," + std::to_string(strategie) +
-                                  "); sys.stdout.buffer.write(c.compress(open(sys.argv[1],'rb').read())+c.flush())\" '" +
-                                  pfad + "' 2>/dev/null");
-    return Bytes(out.begin(), out.end());
-}
+using DekompZlib = Ordner;
 
 }  // namespace
 
@@ -40,8 +32,8 @@ TEST(Dekomp, PackBitsAndStoredDeflateByHand) {
     Bytes q = {0x81, 'a', 0x80, 0x7F};  // 128 x 'a', a no-op, 128 literal bytes
     const Bytes literal = zufall(128, 7);
     q.insert(q.end(), literal.begin(), literal.end());
-    Bytes soll(128, 'a');
-    soll.insert(soll.end(), literal.begin(), literal.end());
+    Bytes soll(256, 'a');
+    std::copy(literal.begin(), literal.end(), soll.begin() + 128);
     EXPECT_EQ(entpacke(bild::packbits_entpacken, q, 256), soll);
     EXPECT_EQ(entpacke(bild::packbits_entpacken, q, 130), Bytes(soll.begin(), soll.begin() + 130));  // cut
     EXPECT_EQ(entpacke(bild::packbits_entpacken, Bytes{0x03, 1, 2}, 8), (Bytes{1, 2}));  // data ends early
@@ -61,51 +53,41 @@ TEST(Dekomp, PackBitsAndStoredDeflateByHand) {
 TEST(Dekomp, LzwAcrossEveryCodeWidthAndTableReset) {
     // Random bytes make about one entry per code (9 to 12 bits, resets);
     // two letters make long strings and the code being defined (KwKwK).
-    for (size_t n : {size_t(1), size_t(600), size_t(1500), size_t(3500), size_t(30000)}) {
+    for (size_t n : {size_t(1), size_t(600), size_t(1500), size_t(3500), size_t(30000)})
         for (int alphabet : {2, 256}) {
             const Bytes d = zufall(n, uint32_t(n) + uint32_t(alphabet), alphabet);
             EXPECT_EQ(entpacke(bild::lzw_entpacken, lzw(d), n), d) << n << " " << alphabet;
             EXPECT_EQ(entpacke(bild::lzw_entpacken, lzw(d), n - 1), Bytes(d.begin(), d.end() - 1));
         }
-    }
     Bytes z(8);  // a string code right after Clear; a code not yet defined
     EXPECT_EQ(bild::lzw_entpacken(Bytes{0x80, 0x4B, 0x00}.data(), 3, z.data(), 8), -1);        // 256, 300
     EXPECT_EQ(bild::lzw_entpacken(Bytes{0x80, 0x10, 0x60, 0x60}.data(), 4, z.data(), 8), -1);  // 256, 'A', 259
 }
 
-class DekompZlib : public Ordner {};
-
-TEST_F(DekompZlib, InflateStoredFixedDynamicAndDamagedData) {
+TEST_F(DekompZlib, InflateStoredFixedDynamicLongDistancesTruncated) {
     // Repeats (long matches, far distances) and noise.
     Bytes d = zufall(70000, 3, 12);
     const Bytes rauschen = zufall(5000, 4);
     d.insert(d.begin() + 1000, rauschen.begin(), rauschen.end());
     for (size_t i = 40000; i < 41000; ++i) d[i] = d[i - 33000];
-    std::vector<std::pair<Dekoder, Bytes>> stroeme = {{bild::lzw_entpacken, lzw(d)},
-                                                       {bild::packbits_entpacken, zufall(600, 5)}};
-    for (auto [level, strategie] : {std::pair{0, 0}, {9, 4}, {9, 0}, {1, 0}}) {
-        const Bytes q = zlib(pfad("d"), d, level, strategie);
-        if (q.empty()) continue;
-        stroeme.push_back({bild::inflate_entpacken, q});
-        EXPECT_EQ(entpacke(bild::inflate_entpacken, q, d.size()), d) << level << " " << strategie;
+    schreib_datei(pfad("d"), d);
+    // Python's zlib: level 0 gives stored blocks, strategy 4 (Z_FIXED) fixed
+    // ones, other levels dynamic ones. Nothing without Python.
+    for (const char* art : {"0,8,15,9,0", "9,8,15,9,4", "9,8,15,9,0", "1,8,15,9,0"}) {
+        const std::string s = laufe("/usr/bin/python3 -c \"import zlib,sys; c=zlib.compressobj(" + std::string(art) +
+                                    "); sys.stdout.buffer.write(c.compress(open(sys.argv[1],'rb').read())+c.flush())\" '" +
+                                    pfad("d") + "' 2>/dev/null");
+        if (s.empty()) continue;
+        const Bytes q(s.begin(), s.end());
+        EXPECT_EQ(entpacke(bild::inflate_entpacken, q, d.size()), d) << art;
         EXPECT_EQ(entpacke(bild::inflate_entpacken, q, 777), Bytes(d.begin(), d.begin() + 777));
         int64_t r = 0;
         entpacke(bild::inflate_entpacken, Bytes(q.begin(), q.begin() + long(q.size() / 2)), d.size(), &r);
         EXPECT_LT(r, int64_t(d.size()));  // truncated data: short, never more than was there
-    }
-    uint32_t saat = 1;
-    for (auto& [f, q] : stroeme) {
-        for (int runde = 0; runde < 200; ++runde) {
-            Bytes m(q.begin(), q.begin() + long(std::min<size_t>(q.size(), 4000)));
-            for (int k = 0; k < 1 + runde % 4; ++k) {
-                saat = saat * 1103515245u + 12345u;
-                m[(saat >> 8) % m.size()] ^= uint8_t(1 + (saat >> 24) % 255);
-            }
-            for (size_t kap : {size_t(0), size_t(1), size_t(1000), size_t(20000)}) {
-                int64_t r = 0;
-                entpacke(f, m, kap, &r);
-                EXPECT_LE(r, int64_t(kap));
-            }
+        for (size_t i = 0; i < q.size(); i += 97) {  // one damaged byte: a result, never a write past the buffer
+            Bytes m = q;
+            m[i] ^= 0x5A;
+            EXPECT_LE(entpacke(bild::inflate_entpacken, m, 1000).size(), 1000u);
         }
     }
 }

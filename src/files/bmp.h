@@ -61,6 +61,5 @@ public:
 
 private:
     bool ueberspringe(int64_t n);
-    size_t puffer_kapazitaet_ = 0;
     int startx_ = 0, starty_ = 0;  // the region being written
 };

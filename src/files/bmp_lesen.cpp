@@ -59,14 +59,12 @@ void CBmp::speicher(int size) {
     if (size > 0 && size != puffergroesse) {
         puffer.reset(new unsigned char[size_t(size)]());
         puffergroesse = size;
-        puffer_kapazitaet_ = size_t(size);
     }
 }
 
 void CBmp::speichfrei() {
     puffer.reset();
     puffergroesse = 0;
-    puffer_kapazitaet_ = 0;
 }
 
 void CBmp::speicher1(int count) {
@@ -75,7 +73,9 @@ void CBmp::speicher1(int count) {
         // header read brings it back when needed.
         speichfrei();
         puffer32anzahl = count;
-        puffer32.reset(new unsigned int[size_t(count)]());
+        // Not cleared: a hostile width asks for gigabytes here, and only what
+        // the file holds is ever read into it.
+        puffer32.reset(new unsigned int[size_t(count)]);
     }
 }
 
@@ -162,16 +162,6 @@ int CBmp::einbmp0(const wchar_t* name) {
     stride = int(((int64_t(breite) * bitcount + 7) / 8 + 3) & 0xFFFC);
 
     speicher(bitcount < 8 ? std::max(stride, kBlock) : kBlock);
-    if (bitcount == 4 && breite > 0) {
-        // Unpacking reads width/2 + 1 source bytes, which a wrapped stride
-        // may not cover: give the buffer room (zeros) beyond its stated size.
-        const size_t noetig = size_t(breite) / 2 + 1;
-        if (noetig > puffer_kapazitaet_) {
-            puffer.reset(new unsigned char[noetig]());
-            puffer_kapazitaet_ = noetig;
-        }
-    }
-
     const int64_t skip = int64_t(datenoffset) - kKopf;
     if (skip > 0) {
         if (puffergroesse <= skip) {
@@ -207,11 +197,18 @@ int CBmp::einbmp1(unsigned char* row) {
     int result = 0;
     if (bitcount == 32) {
         speicher1(breite);
-        const size_t n = size_t(std::max(breite, 0));
-        if (!datei.lies(puffer32.get(), 4 * n)) result = 3;
+        size_t n = size_t(std::max(breite, 0));
+        const size_t gelesen = n ? std::fread(puffer32.get(), 1, 4 * n, datei.get()) : 0;
+        if (gelesen < 4 * n) {
+            // Only the pixels that came are unpacked: the rest of the row
+            // buffer holds nothing of this row (for a hostile width,
+            // gigabytes that were never touched).
+            result = 3;
+            n = gelesen / 4;
+        }
         auto* bytes = reinterpret_cast<unsigned char*>(puffer32.get());
         for (size_t i = 0; i < n; ++i) puffer32[i] = bild::le32(bytes + 4 * i);
-        wandel32(puffer32.get(), breite, row);
+        wandel32(puffer32.get(), int(n), row);
         if (stride > 4 * breite && !ueberspringe(stride - 4 * breite)) result = 3;
         return result;
     }
@@ -219,12 +216,15 @@ int CBmp::einbmp1(unsigned char* row) {
         if (!datei.lies(puffer.get(), size_t(stride))) result = 3;
         const unsigned char* src = puffer.get();
         if (bitcount == 4) {
-            const size_t paare = size_t(breite / 2);
-            for (size_t k = 0; k < paare; ++k) {
+            // A stride wrapped at 64 KiB can be shorter than the row: pixels
+            // whose source byte lies beyond the work buffer have no source
+            // and are left as they are.
+            const size_t paare = size_t(breite / 2), quelle = size_t(puffergroesse);
+            for (size_t k = 0; k < std::min(paare, quelle); ++k) {
                 row[2 * k] = src[k] & 0xF0;
                 row[2 * k + 1] = (unsigned char)(src[k] << 4);
             }
-            if (breite & 1) row[breite - 1] = src[paare] & 0xF0;
+            if ((breite & 1) && paare < quelle) row[breite - 1] = src[paare] & 0xF0;
         } else if (bitcount == 1 && stride >= 1) {
             // Set bits read as 254, not 255: images from this reader have
             // always looked that way and downstream thresholds depend on it.

@@ -8,6 +8,7 @@
 #include <string>
 
 #include "bau.h"
+#include "tiff_bau.h"
 #include "bildlib.h"
 
 namespace {
@@ -87,6 +88,49 @@ void saeen(const std::string& dir, const char* ziel, const std::vector<Bytes>& s
     for (const Bytes& b : saaten) ablegen(d + "/" + std::to_string(i++), b);
 }
 
+// Hand-built TIFFs the writer never makes: both byte orders, BigTIFF,
+// tiles, planar rows, palette, the predictor, and every compression the
+// reader decodes (PackBits and Deflate as literal/stored data, LZW encoded).
+std::vector<Bytes> tiff_varianten() {
+    std::vector<Bytes> out;
+    Bytes roh(6 * 4 * 3);
+    for (size_t i = 0; i < roh.size(); ++i) roh[i] = uint8_t(i * 11);
+    Bytes packbits = {uint8_t(roh.size() / 2 - 1)};
+    packbits.insert(packbits.end(), roh.begin(), roh.begin() + long(roh.size() / 2));
+    packbits.insert(packbits.end(), {uint8_t(257 - roh.size() / 2), roh[0]});
+    Bytes deflate = {0x78, 0x01, 0x01, uint8_t(roh.size()), 0, uint8_t(~roh.size()), 0xFF};
+    deflate.insert(deflate.end(), roh.begin(), roh.end());
+    deflate.insert(deflate.end(), {0, 0, 0, 0});  // the checksum is not checked
+    const std::pair<uint64_t, Bytes> kompressionen[] = {{1, roh}, {5, lzw(roh)}, {32773, packbits}, {8, deflate}};
+    for (const auto& [kompression, daten] : kompressionen)
+        for (int art = 0; art < 4; ++art) {
+            TiffBau t = TiffBau::bild(6, 4, 8, 3, 2, daten);
+            t.feld(259, 3, {kompression});
+            t.mm = art == 1;
+            t.big = art == 2;
+            if (art == 3) t.feld(317, 3, {2});  // horizontal predictor
+            out.push_back(t.bau());
+        }
+    TiffBau kachel = TiffBau::bild(20, 18, 16, 1, 1, Bytes(16 * 16 * 2 * 4, 0x33));
+    kachel.kacheln = true;
+    kachel.felder.erase(278);
+    kachel.feld(322, 3, {16});
+    kachel.feld(323, 3, {16});
+    kachel.segmente.assign(4, Bytes(16 * 16 * 2, 0x33));
+    out.push_back(kachel.bau());
+    TiffBau planar = TiffBau::bild(6, 4, 8, 3, 2, Bytes(24, 1));
+    planar.feld(284, 3, {2});
+    planar.segmente = {Bytes(24, 1), Bytes(24, 2), Bytes(24, 3)};
+    out.push_back(planar.bau());
+    TiffBau palette = TiffBau::bild(6, 4, 4, 1, 3, Bytes(12, 0x4B));
+    palette.feld(320, 3, std::vector<uint64_t>(48, 0x8000));
+    out.push_back(palette.bau());
+    TiffBau eins = TiffBau::bild(13, 3, 1, 1, 0, Bytes(6, 0xA5));
+    eins.feld(266, 3, {2});  // FillOrder 2
+    out.push_back(eins.bau());
+    return out;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -100,7 +144,8 @@ int main(int argc, char** argv) {
     const auto bmp = bmp_saaten();
     const auto bia = geschrieben(tmp, "bia");
     const auto raw = geschrieben(tmp, "raw");
-    const auto tif = geschrieben(tmp, "tif");
+    auto tif = geschrieben(tmp, "tif");
+    for (Bytes& b : tiff_varianten()) tif.push_back(std::move(b));
     saeen(dir, "bmp", bmp);
     saeen(dir, "bia", bia);
     saeen(dir, "raw", raw);

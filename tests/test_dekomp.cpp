@@ -2,6 +2,7 @@
 // LZW code width changes and table resets, Deflate stored/fixed/dynamic
 // blocks and far distances, output cut at the buffer's end, damaged data.
 #include "files/tiff_dekomp.h"
+#include "hilfe.h"
 #include "tiff_bau.h"
 
 namespace {

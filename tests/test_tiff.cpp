@@ -6,6 +6,7 @@
 #include <functional>
 #include <sstream>
 
+#include "hilfe.h"
 #include "tiff_bau.h"
 
 namespace {

@@ -3,7 +3,7 @@
 #pragma once
 #include <map>
 
-#include "hilfe.h"
+#include "bau.h"
 
 // Clear first; codes widen when the next free code passes the width; Clear
 // again when the table is full (4094 entries).

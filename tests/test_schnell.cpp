@@ -108,16 +108,19 @@ TEST(Schnell, Unpack32InPiecesMatchesTheShifts) {
     }
 }
 
-TEST(Schnell, EightBitMappingByWordsMatchesTheTable) {
-    for (int bpp : {1, 3}) {
+TEST(Schnell, EightBitMappingByPairsMatchesTheTable) {
+    // Small images map byte by byte, images of a megabyte and more by pairs:
+    // odd rows leave a tail byte either way.
+    for (int bpp : {1, 3})
+    for (int hoehe : {3, 1100}) {
         CBILD b(0, 0);
-        b.speicher(37, 3, bpp);  // rows of 37 and 111 bytes: words and a tail
+        b.speicher(hoehe == 3 ? 37 : 1001, hoehe, bpp);
         const auto werte = zahlen<unsigned char>(b.puffergroesse, 5);
         std::memcpy(b.puffer, werte.data(), b.puffergroesse);
         b.multaddwert(1.7, -20.0);
         for (size_t i = 0; i < b.puffergroesse; ++i) {
             const double t = werte[i] * 1.7 - 20.0 + 0.5;
-            ASSERT_EQ(b.puffer[i], t > 255.0 ? 255 : t >= 0.0 ? int(t) : 0) << bpp << " " << i;
+            ASSERT_EQ(b.puffer[i], t > 255.0 ? 255 : t >= 0.0 ? int(t) : 0) << bpp << " " << hoehe << " " << i;
         }
     }
 }

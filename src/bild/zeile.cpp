@@ -138,24 +138,22 @@ void wandelzeile8b(int flag, unsigned char* __restrict src, int n, unsigned char
         ebenen_verschachteln(src, N, N, true, dst);
         return;
     }
-    if (flag == 0) {
-        for (size_t i = 0; i < N; ++i) {
-            dst[3 * i] = src[4 * i + 2];
-            dst[3 * i + 1] = src[4 * i + 1];
-            dst[3 * i + 2] = src[4 * i];
-        }
-        return;
-    }
-    // Order kept: four pixels per step, four 32-bit loads and three stores.
+    // Four pixels per step, four 32-bit loads and three stores; flag 0
+    // reverses the first three bytes on the way (a byte swap of the whole
+    // pixel, shifted down by the fourth byte).
+    const bool umkehren = flag == 0;
     size_t i = 0;
     for (; i + 4 <= N; i += 4) {
         uint32_t t[4];
-        for (size_t k = 0; k < 4; ++k) t[k] = bild::le32(src + 4 * (i + k)) & 0xFFFFFF;
+        for (size_t k = 0; k < 4; ++k) {
+            const uint32_t p = bild::le32(src + 4 * (i + k));
+            t[k] = umkehren ? __builtin_bswap32(p) >> 8 : p & 0xFFFFFF;
+        }
         bild::put_le24x4(dst + 3 * i, t);
     }
     for (; i < N; ++i) {
-        dst[3 * i] = src[4 * i];
+        dst[3 * i] = src[4 * i + (umkehren ? 2 : 0)];
         dst[3 * i + 1] = src[4 * i + 1];
-        dst[3 * i + 2] = src[4 * i + 2];
+        dst[3 * i + 2] = src[4 * i + (umkehren ? 0 : 2)];
     }
 }

@@ -204,6 +204,7 @@ TEST_F(Tiff, TiffcpVariantsReadLikeTheSource) {
         CBILD a(0, 0);
         muster_bild(a, 37, 45, bpp, 4);
         schreibe(a, "a.tif");
+        EXPECT_EQ(laufe("tiffinfo -D '" + pfad("a.tif") + "' 2>&1 >/dev/null"), "") << bpp;  // reads every strip
         for (const char* o : optionen) {
             if (bpp != 3 && std::strstr(o, "separate")) continue;  // tiffcp: 8-bit colour only
             int status = -1;

@@ -113,6 +113,13 @@ TEST_F(Bmp, TruncatedAndHostileFiles) {
         EXPECT_EQ(lies(d, bild), f.code) << f.stelle << " " << f.wert;
     }
     EXPECT_EQ(bild.breite, 0);
+    // Found by fuzzing: rows of no stored bytes (bit count 0) in their
+    // millions are not read one by one (it took seconds).
+    {
+        Bytes d = BmpBau(24, 1, 16000000).bau({});
+        put16(d, 28, 0);
+        EXPECT_EQ(lies(d, bild), 0);
+    }
     // Found by fuzzing: a 32-bit row of a gigapixel width in a tiny file
     // (short: 3), and a 4-bit one whose stride wraps to 4 bytes (read: 0).
     // Only what the file holds is unpacked; the rest of the row and of the

@@ -65,24 +65,28 @@ TEST_F(Konverter, OutputNameAlwaysGetsTifAppended) {
 }
 
 TEST_F(Konverter, MixedBatchUnderFewFileHandlesLeavesInputsAlone) {
-    // Good and bad BMP, BIA/BIR and raw files in turn; the bad ones fail at
-    // different steps (short rows, unsupported depth, wrong magic), and the
+    // Good and bad BMP, BIA/BIR, raw and TIFF files in turn; the bad ones fail
+    // at different steps (short rows, unsupported depth, wrong magic), and the
     // BIA and raw readers leave a refused file open until they go.
     CBILD muster(0, 0);
     muster_bild(muster, 3, 2, 3, 0);
-    ASSERT_EQ(muster.bildspeich(wpfad("gut.bir").c_str()) + muster.bildspeich(wpfad("gut.raw").c_str()), 0);
-    Bytes bmp = bmp24(3, 2), bia = lies_datei(pfad("gut.bir")), raw = lies_datei(pfad("gut.raw"));
-    Bytes kurz = bmp, tiefe5 = bia, magie = raw;
+    ASSERT_EQ(muster.bildspeich(wpfad("gut.bir").c_str()) + muster.bildspeich(wpfad("gut.raw").c_str()) +
+                  muster.bildspeich(wpfad("gut.tif").c_str()),
+              0);
+    Bytes bmp = bmp24(3, 2), bia = lies_datei(pfad("gut.bir")), raw = lies_datei(pfad("gut.raw")),
+          tif = lies_datei(pfad("gut.tif"));
+    Bytes kurz = bmp, tiefe5 = bia, magie = raw, mm = tif;
     kurz.resize(kurz.size() - 1);
     put16(tiefe5, 4, 5);
     magie[4] = 'X';
+    mm[0] = 'X';
     const struct { const char* ext; const Bytes* daten; bool gut; } arten[] = {
-        {".bmp", &bmp, true}, {".bmp", &kurz, false}, {".bir", &bia, true},
-        {".bia", &tiefe5, false}, {".raw", &raw, true}, {".raw", &magie, false},
+        {".bmp", &bmp, true}, {".bmp", &kurz, false}, {".bir", &bia, true},  {".bia", &tiefe5, false},
+        {".raw", &raw, true}, {".raw", &magie, false}, {".tif", &tif, true}, {".TIFF", &mm, false},
     };
     std::string args, erwartet;
     for (int i = 0; i < 360; ++i) {
-        const auto& a = arten[i % 6];
+        const auto& a = arten[i % 8];
         const std::string name = "f" + std::to_string(i) + a.ext;
         schreib_datei(pfad(name), *a.daten);
         args += " " + name;
@@ -90,7 +94,7 @@ TEST_F(Konverter, MixedBatchUnderFewFileHandlesLeavesInputsAlone) {
     }
     EXPECT_EQ(konvertiere(args, "ulimit -n 32 &&"), erwartet);
     for (int i = 0; i < 360; ++i)
-        ASSERT_EQ(lies_datei(pfad("f" + std::to_string(i) + arten[i % 6].ext)), *arten[i % 6].daten) << i;
+        ASSERT_EQ(lies_datei(pfad("f" + std::to_string(i) + arten[i % 8].ext)), *arten[i % 8].daten) << i;
 }
 
 TEST_F(Konverter, InputVanishingBetweenArgumentsFailsAlone) {

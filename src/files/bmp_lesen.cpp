@@ -209,7 +209,8 @@ int CBmp::einbmp1(unsigned char* row) {
         auto* bytes = reinterpret_cast<unsigned char*>(puffer32.get());
         for (size_t i = 0; i < n; ++i) puffer32[i] = bild::le32(bytes + 4 * i);
         wandel32(puffer32.get(), int(n), row);
-        if (stride > 4 * breite && !ueberspringe(stride - 4 * breite)) result = 3;
+        const int64_t daten = 4 * int64_t(breite);
+        if (stride > daten && !ueberspringe(stride - daten)) result = 3;
         return result;
     }
     if (bitcount < 8) {

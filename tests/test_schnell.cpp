@@ -20,74 +20,50 @@ std::vector<T> zahlen(size_t n, uint32_t saat) {
     return v;
 }
 
-template <typename T, typename F>
-void pruefe_tausch(F wandel) {
-    // Every length around the block size of 48 bytes and its edges.
-    for (int n = 1; n <= 70; ++n) {
-        const auto src = zahlen<T>(3 * size_t(n), uint32_t(n));
-        std::vector<T> dst(3 * size_t(n) + 1, T(7));
-        wandel(const_cast<T*>(src.data()), n, dst.data());
-        for (int i = 0; i < n; ++i) {
-            ASSERT_EQ(dst[3 * size_t(i)], src[3 * size_t(i) + 2]) << n << " " << i;
-            ASSERT_EQ(dst[3 * size_t(i) + 1], src[3 * size_t(i) + 1]) << n << " " << i;
-            ASSERT_EQ(dst[3 * size_t(i) + 2], src[3 * size_t(i)]) << n << " " << i;
-        }
-        EXPECT_EQ(dst.back(), T(7)) << "written past the row at n = " << n;
+// The plain rule of each line conversion: for sample c of pixel i of n,
+// where it lands and where it comes from. wandelzeile8/16 modes 0-4 (art
+// 8 or 16), and wandelzeile8b flags 0, 1, 4 (art 4).
+struct Regel {
+    size_t ziel, quelle;
+};
+Regel regel(int art, int wert, size_t n, size_t i, size_t c) {
+    if (art == 4)
+        return {3 * i + c, wert == 1 ? (2 - c) * n + i : wert == 0 ? 4 * i + 2 - c : 4 * i + c};
+    switch (wert) {
+        case 0: return {3 * i + c, 3 * i + 2 - c};
+        case 3: return {3 * i + c, c * n + i};
+        case 4: return {3 * i + c, (2 - c) * n + i};
+        case 1: return {c * n + i, 3 * i + c};
+        default: return {(2 - c) * n + i, 3 * i + c};
+    }
+}
+
+template <typename T>
+void pruefe(int art, int wert) {
+    // Every length around the kernels' blocks of 4 pixels and 48 bytes.
+    for (size_t n = 1; n <= 70; ++n) {
+        auto src = zahlen<T>(4 * n, uint32_t(n));
+        std::vector<T> dst(3 * n + 1, T(7));
+        if (art == 4) wandelzeile8b(wert, reinterpret_cast<unsigned char*>(src.data()), int(n), reinterpret_cast<unsigned char*>(dst.data()));
+        else if (art == 8) wandelzeile8(wert, reinterpret_cast<unsigned char*>(src.data()), int(n), dst.data());
+        else wandelzeile16(wert, reinterpret_cast<unsigned short*>(src.data()), int(n), dst.data());
+        for (size_t i = 0; i < n; ++i)
+            for (size_t c = 0; c < 3; ++c) {
+                const Regel r = regel(art, wert, n, i, c);
+                ASSERT_EQ(dst[r.ziel], src[r.quelle]) << art << "/" << wert << " n " << n << " pixel " << i;
+            }
+        EXPECT_EQ(dst.back(), T(7)) << "written past the row: " << art << "/" << wert << " n " << n;
     }
 }
 
 }  // namespace
 
-TEST(Schnell, SwapBlocksMatchThePixelRule) {
-    pruefe_tausch<unsigned char>([](unsigned char* s, int n, unsigned char* d) { wandelzeile8(0, s, n, d); });
-    pruefe_tausch<unsigned short>([](unsigned short* s, int n, unsigned short* d) { wandelzeile16(0, s, n, d); });
-}
-
-TEST(Schnell, ToPlanesByWordsMatchesThePixelRule) {
-    for (int mode : {1, 2, 7}) {
-        for (int n = 1; n <= 21; ++n) {
-            auto src = zahlen<unsigned char>(3 * size_t(n), uint32_t(n));
-            std::vector<unsigned char> dst(3 * size_t(n) + 1, 7);
-            wandelzeile8(mode, src.data(), n, dst.data());
-            const size_t N = size_t(n), erste = mode == 1 ? 0 : 2 * N, dritte = mode == 1 ? 2 * N : 0;
-            for (size_t i = 0; i < N; ++i) {
-                ASSERT_EQ(dst[erste + i], src[3 * i]) << mode << " " << n << " " << i;
-                ASSERT_EQ(dst[N + i], src[3 * i + 1]) << mode << " " << n << " " << i;
-                ASSERT_EQ(dst[dritte + i], src[3 * i + 2]) << mode << " " << n << " " << i;
-            }
-            EXPECT_EQ(dst.back(), 7);
-        }
+TEST(Schnell, LineKernelsMatchTheirPixelRules) {
+    for (int mode = 0; mode <= 4; ++mode) {
+        pruefe<unsigned char>(8, mode);
+        pruefe<unsigned short>(16, mode);
     }
-}
-
-TEST(Schnell, FromPlanesAndFourBytePixelsByWordsMatchTheRules) {
-    for (int n = 1; n <= 21; ++n) {
-        const size_t N = size_t(n);
-        auto src = zahlen<unsigned char>(4 * N, uint32_t(n));
-        for (int mode : {3, 4}) {
-            std::vector<unsigned char> dst(3 * N + 1, 7);
-            wandelzeile8(mode, src.data(), n, dst.data());
-            const size_t erste = mode == 3 ? 0 : 2 * N, dritte = mode == 3 ? 2 * N : 0;
-            for (size_t i = 0; i < N; ++i)
-                ASSERT_EQ((std::vector<int>{dst[3 * i], dst[3 * i + 1], dst[3 * i + 2]}),
-                          (std::vector<int>{src[erste + i], src[N + i], src[dritte + i]}))
-                    << mode << " " << n << " " << i;
-            EXPECT_EQ(dst.back(), 7);
-        }
-        for (int flag : {0, 1, 4}) {
-            std::vector<unsigned char> dst(3 * N + 1, 7);
-            wandelzeile8b(flag, src.data(), n, dst.data());
-            for (size_t i = 0; i < N; ++i) {
-                const std::vector<int> soll =
-                    flag == 1   ? std::vector<int>{src[2 * N + i], src[N + i], src[i]}
-                    : flag == 0 ? std::vector<int>{src[4 * i + 2], src[4 * i + 1], src[4 * i]}
-                                : std::vector<int>{src[4 * i], src[4 * i + 1], src[4 * i + 2]};
-                ASSERT_EQ((std::vector<int>{dst[3 * i], dst[3 * i + 1], dst[3 * i + 2]}), soll)
-                    << flag << " " << n << " " << i;
-            }
-            EXPECT_EQ(dst.back(), 7);
-        }
-    }
+    for (int flag : {0, 1, 4}) pruefe<unsigned char>(4, flag);
 }
 
 TEST(Schnell, Unpack32InPiecesMatchesTheShifts) {

@@ -24,13 +24,9 @@ struct Rechteck {
 // image.
 inline bool schreibbereich(const CBILD* image, CTeilbereich* region, Rechteck* r) {
     if (!schreibbar(image)) return false;
-    if (!region) {
-        *r = {0, 0, image->breite, image->hoehe};
-        return true;
-    }
-    region->testteilx(image->breite);
-    region->testteily(image->hoehe);
-    *r = {region->links, region->oben, region->breite, region->hoehe};
+    CTeilbereich ganz;
+    const CTeilbereich* t = CTeilbereich::einpassen(region, ganz, image->breite, image->hoehe);
+    *r = {t->links, t->oben, t->breite, t->hoehe};
     return r->breite >= 0 && r->hoehe >= 0;
 }
 

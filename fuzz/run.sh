@@ -9,7 +9,11 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 seconds=${1:-12}
 shift || true
-targets=${*:-bmp bia raw tiff konvert}
+targets=${*:-}
+if [ -z "$targets" ]; then
+    targets="bmp bia raw tiff konvert"
+    for c in inflate lzw packbits ccitt jpeg; do [ -f "fuzz/fuzz_$c.cpp" ] && targets="$targets $c"; done
+fi
 
 need=""
 for p in clang libclang-rt-14-dev; do dpkg -s "$p" >/dev/null 2>&1 || need="$need $p"; done

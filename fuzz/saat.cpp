@@ -8,6 +8,7 @@
 #include <string>
 
 #include "bau.h"
+#include "saat_codec.h"
 #include "tiff_bau.h"
 #include "bildlib.h"
 
@@ -150,6 +151,7 @@ int main(int argc, char** argv) {
     saeen(dir, "bia", bia);
     saeen(dir, "raw", raw);
     saeen(dir, "tiff", tif);
+    for (const auto& c : CodecSaat::alle()) saeen(dir, c.ziel, c.quelle());
     // The whole-path target picks the format by its first byte:
     // 0 bmp, 1 bia, 2 bir, 3 raw, 4 tif.
     const std::string k = dir + "/konvert";

@@ -4,7 +4,7 @@
 # skipped when they cannot be had (those tests then skip themselves).
 set -euo pipefail
 
-needed=(cmake g++ make libgtest-dev libbenchmark-dev)
+needed=(cmake g++ make libgtest-dev libbenchmark-dev zlib1g-dev)
 optional=(libtiff-tools python3-pil imagemagick clang)
 
 missing() { for p in "$@"; do dpkg -s "$p" >/dev/null 2>&1 || echo "$p"; done; }

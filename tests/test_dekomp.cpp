@@ -1,7 +1,9 @@
 // The TIFF decoders on the cases that break decoders: PackBits runs of 128,
 // LZW code width changes and table resets, Deflate stored/fixed/dynamic
 // blocks and far distances, output cut at the buffer's end, damaged data.
-#include "files/tiff_dekomp.h"
+#include "files/codec/inflate.h"
+#include "files/codec/lzw.h"
+#include "files/codec/packbits.h"
 #include "hilfe.h"
 #include "tiff_bau.h"
 

@@ -10,12 +10,16 @@
 #include "app/dateiname.h"
 #include "bild/groesse.h"
 #include "files/tiff.h"
-#include "files/tiff_dekomp.h"
+#include "files/codec/inflate.h"
+#include "files/codec/lzw.h"
+#include "files/codec/packbits.h"
 #include "files/tiff_format.h"
 
 namespace {
 
 using namespace tiff;
+
+constexpr uint64_t kMaxAusdehnung = bild::kLzwAusdehnung;
 
 // The tags the reader looks at; everything else in the directory is skipped.
 constexpr Tag kGelesen[] = {ImageWidth,      ImageLength, BitsPerSample, Compression, Photometric,
@@ -309,7 +313,7 @@ int CTiff::eintiff0(const wchar_t* name) {
     }
     // The pixels must be able to come from the data: an image far larger
     // than the strips could decode to is refused before it is allocated.
-    const uint64_t faktor = kompression_ == Keine ? 1 : bild::kMaxAusdehnung;
+    const uint64_t faktor = kompression_ == Keine ? 1 : kMaxAusdehnung;
     uint64_t noetig = 0;
     if (!bild::produkt_passt(int64_t(bandzeile_), int64_t(h), 1, UINT64_MAX, &noetig) || daten > UINT64_MAX / faktor ||
         noetig > daten * faktor)
@@ -321,7 +325,7 @@ int CTiff::eintiff0(const wchar_t* name) {
 int CTiff::lies_segment(size_t index, unsigned char* ziel, size_t erwartet) {
     const uint64_t offset = segoffset_[index], n = seglaenge_[index];
     const bool roh = kompression_ == Keine;
-    if (roh ? n < erwartet : erwartet > n * bild::kMaxAusdehnung) return 3;
+    if (roh ? n < erwartet : erwartet > n * kMaxAusdehnung) return 3;
     if (!ziel) {
         if (segment_.size() < erwartet) segment_.resize(erwartet);
         ziel = segment_.data();

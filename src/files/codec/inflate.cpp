@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <cstring>
 
-#include "files/tiff_dekomp.h"
+#include "files/codec/inflate.h"
 
 namespace bild {
 namespace {

@@ -113,25 +113,12 @@ TEST_F(Bmp, TruncatedAndHostileFiles) {
         EXPECT_EQ(lies(d, bild), f.code) << f.stelle << " " << f.wert;
     }
     EXPECT_EQ(bild.breite, 0);
-    // Found by fuzzing: rows of no stored bytes (bit count 0) in their
-    // millions are not read one by one (it took seconds).
-    {
-        Bytes d = BmpBau(24, 1, 16000000).bau({});
-        put16(d, 28, 0);
-        EXPECT_EQ(lies(d, bild), 0);
-    }
-    // Found by fuzzing: a 32-bit row of a gigapixel width in a tiny file
-    // (short: 3), and a 4-bit one whose stride wraps to 4 bytes (read: 0).
-    // Only what the file holds is unpacked; the rest of the row and of the
-    // row buffer is never touched (it was 7 GB of memory).
-    for (int bits : {32, 4}) {
-        const BmpBau riesig(bits, 0x40000005, 1);
-        Bytes d = riesig.bau({Bytes(64, 0x5A)});
-        EXPECT_EQ(lies(d, bild), bits == 32 ? 3 : 0) << bits;
-        if (bits == 32) {
-            EXPECT_EQ(bild.zeile[0][0], 0x5A);
-        }
-    }
+    // Found by fuzzing: a 32-bit row of a gigapixel width in a tiny file is
+    // short (3); only what the file holds is unpacked, the rest of the row
+    // and of the row buffer is never touched (it was 7 GB of memory).
+    Bytes d = BmpBau(32, 0x40000005, 1).bau({Bytes(64, 0x5A)});
+    EXPECT_EQ(lies(d, bild), 3);
+    EXPECT_EQ(bild.zeile[0][0], 0x5A);
 }
 
 TEST_F(Bmp, WriterHeaderGrayTableAndSixteenBitStride) {

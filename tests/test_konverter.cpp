@@ -97,23 +97,3 @@ TEST_F(Konverter, MixedBatchUnderFewFileHandlesLeavesInputsAlone) {
         ASSERT_EQ(lies_datei(pfad("f" + std::to_string(i) + arten[i % 8].ext)), *arten[i % 8].daten) << i;
 }
 
-TEST_F(Konverter, InputVanishingBetweenArgumentsFailsAlone) {
-    // a.bmp is a pipe: b.bmp is removed while a.bmp is still being read, so
-    // it is gone when its turn comes; c.bmp still converts.
-    const Bytes a = bmp24(4, 3);
-    schreib_datei(pfad("b.bmp"), a);
-    schreib_datei(pfad("c.bmp"), a);
-    ASSERT_EQ(::mkfifo(pfad("a.bmp").c_str(), 0644), 0);
-    std::thread schreiber([&] {
-        const int fd = ::open(pfad("a.bmp").c_str(), O_WRONLY);
-        if (fd < 0) return;
-        const bool ok = ::write(fd, a.data(), a.size() - 1) == ssize_t(a.size() - 1);
-        std::remove(pfad("b.bmp").c_str());
-        EXPECT_TRUE(ok && ::write(fd, a.data() + a.size() - 1, 1) == 1);
-        ::close(fd);
-    });
-    const std::string out = konvertiere("a.bmp b.bmp c.bmp");
-    schreiber.join();
-    EXPECT_EQ(out, "Convert a.bmp: OK\nConvert b.bmp: Error reading image\nConvert c.bmp: OK\n");
-    EXPECT_EQ(lies_datei(pfad("a.bmp.tif")), lies_datei(pfad("c.bmp.tif")));
-}

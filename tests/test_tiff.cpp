@@ -158,8 +158,8 @@ TEST_F(Tiff, OneChangeRefusals) {
     struct Fall { const char* was; std::function<void(TiffBau&)> aendern; int code; };
     auto setze = [](uint16_t tag, uint16_t typ, uint64_t wert) { return [=](TiffBau& t) { t.feld(tag, typ, {wert}); }; };
     const std::vector<Fall> faelle = {
-        {"JPEG", setze(259, 3, 7), 12},       {"float", setze(339, 3, 3), 12},        {"2-bit gray", setze(258, 3, 2), 12},
-        {"5 samples", setze(277, 3, 5), 12},      {"gray + alpha", setze(277, 3, 2), 12}, {"CMYK", setze(262, 3, 5), 12},
+        {"old-style JPEG", setze(259, 3, 6), 12},       {"float", setze(339, 3, 3), 12},        {"3-bit gray", setze(258, 3, 3), 12},
+        {"5 samples", setze(277, 3, 5), 12},      {"12-bit predictor", [](TiffBau& t) { t.feld(258, 3, {12}); t.feld(317, 3, {2}); }, 12}, {"CMYK", setze(262, 3, 5), 12},
         {"float predictor", setze(317, 3, 3), 12}, {"planar 3", setze(284, 3, 3), 12},
         {"width above 2^31", setze(256, 4, 0x80000000u), 12},                             {"width 0", setze(256, 4, 0), 3},
         {"byte count too small", setze(279, 4, 14), 3}, {"strip past the end", setze(273, 4, 100000), 3},

@@ -139,7 +139,7 @@ void CKurve::addvalue(double* a, int n, double v) {
 int CKurve::testfile(const char* path, const wchar_t* title, double fx, double fy, const char* fmt) {
     if (!path) return 0;
     bild::Datei f;
-    f.setzen(std::fopen(path, "wt"));
+    f.setzen(bild::oeffne(path, "wt"));
     if (!f) return 0;
     if (anzahl < 1) {
         std::fputs("No data\n", f.get());

@@ -1,6 +1,10 @@
 #include "app/dateiname.h"
 
+#include <fcntl.h>
+#include <pthread.h>
+#include <signal.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <cstring>
 #include <cwchar>
@@ -92,18 +96,50 @@ int testtypa(const char* name, const char** table, int count) { return testtyp(n
 int wcsicmp1(const wchar_t* a, const wchar_t* b) { return vergleiche(a, b); }
 int stricmp1(const char* a, const char* b) { return vergleiche(a, b); }
 
+std::atomic<uint64_t> bild::g_schreibgeraet{0}, bild::g_schreibknoten{0};
+
+FILE* bild::oeffne(const char* name, const char* mode) {
+    if (!name || !mode) return nullptr;
+    int flags = 0;
+    switch (mode[0]) {
+        case 'r': flags = O_RDONLY; break;
+        case 'w': flags = O_WRONLY | O_CREAT | O_TRUNC; break;
+        case 'a': flags = O_WRONLY | O_CREAT | O_APPEND; break;
+        default: return nullptr;
+    }
+    if (std::strchr(mode, '+')) flags = (flags & ~O_ACCMODE) | O_RDWR;
+    if (std::strchr(mode, 'x')) flags |= O_EXCL;
+    const bool schreibt = (flags & O_CREAT) != 0;
+    // Non-blocking while opening: a FIFO then neither waits for a writer nor
+    // for a reader (ENXIO). Reads and writes block as usual afterwards.
+    flags |= O_CLOEXEC | O_NONBLOCK | (schreibt ? O_NOFOLLOW : 0);
+    // A file created for writing is known (g_schreib...) before any signal
+    // handler can run: signals wait until then.
+    sigset_t alle, vorher;
+    sigfillset(&alle);
+    if (schreibt) pthread_sigmask(SIG_BLOCK, &alle, &vorher);
+    const int fd = ::open(name, flags, 0666);
+    struct stat st;
+    const bool da = fd >= 0 && ::fstat(fd, &st) == 0;
+    if (da && schreibt) {
+        g_schreibgeraet = uint64_t(st.st_dev);
+        g_schreibknoten = uint64_t(st.st_ino);
+    }
+    if (schreibt) pthread_sigmask(SIG_SETMASK, &vorher, nullptr);
+    if (fd < 0) return nullptr;
+    const bool ok = da &&
+                    (S_ISREG(st.st_mode) || (schreibt && (S_ISCHR(st.st_mode) || S_ISFIFO(st.st_mode)))) &&
+                    ::fcntl(fd, F_SETFL, ::fcntl(fd, F_GETFL) & ~O_NONBLOCK) == 0;
+    FILE* f = ok ? ::fdopen(fd, mode) : nullptr;
+    if (!f) ::close(fd);
+    return f;
+}
+
 FILE* wfopen1(const wchar_t* name, const wchar_t* mode) {
     if (!name || !mode) return nullptr;
     std::string n, m;
     if (!bild::utf8(name, n) || !bild::utf8(mode, m)) return nullptr;
-    FILE* f = std::fopen(n.c_str(), m.c_str());
-    // Linux opens a folder for reading; a folder is no image file.
-    struct stat st;
-    if (f && ::fstat(fileno(f), &st) == 0 && S_ISDIR(st.st_mode)) {
-        std::fclose(f);
-        return nullptr;
-    }
-    return f;
+    return bild::oeffne(n.c_str(), m.c_str());
 }
 
 int excel(char* text) { return komma(text); }

@@ -1,6 +1,8 @@
 // Small helpers on file names shared by the format classes: extension
 // classes, case-insensitive comparison, opening by wide (32-bit) name.
 #pragma once
+#include <atomic>
+#include <cstdint>
 #include <cstdio>
 #include <string>
 
@@ -17,10 +19,9 @@ int testtypa(const char* name, const char** table, int count);
 int wcsicmp1(const wchar_t* a, const wchar_t* b);
 int stricmp1(const char* a, const char* b);
 
-// Opens a file named by a wide string, converted to UTF-8. A name holding a
-// value with no UTF-8 form (negative, a surrogate, above 0x10FFFF) opens
-// nothing and gives null; this never throws. A folder opens as nothing
-// too (null), as it does on every platform the format classes came from.
+// Opens a file named by a wide string, converted to UTF-8, as bild::oeffne
+// does. A name holding a value with no UTF-8 form (negative, a surrogate,
+// above 0x10FFFF) opens nothing and gives null; this never throws.
 FILE* wfopen1(const wchar_t* name, const wchar_t* mode);
 
 // Replace every '.' by ',' in place; always 0.
@@ -35,4 +36,23 @@ namespace bild {
 // UTF-8 form (negative, a surrogate, above 0x10FFFF), out then holds the
 // characters before it.
 bool utf8(const wchar_t* s, std::string& out);
+
+// fopen for unattended batches; null where it refuses or fails:
+// - reading ("r", "r+"): only a regular file; a FIFO, socket, device or
+//   folder is refused without waiting (a FIFO with no writer would block
+//   the batch for ever);
+// - creating for writing ("w", "a", "x"): never through a symbolic link as
+//   the name's last part (a link planted in a shared folder must not make
+//   us overwrite its target), never waiting for a FIFO's reader; a regular
+//   file is created with 0666 less the umask or truncated in place, and a
+//   character device such as /dev/null stays writable.
+// Descriptors are close-on-exec. The mode's letters are fopen's.
+FILE* oeffne(const char* name, const char* mode);
+
+// Device and inode of the last file oeffne opened for writing (both 0 before
+// any): the converter's interrupt handler removes a half-written output
+// only while its name still is the file we opened, never a file we did not
+// write (one we were not allowed to open, say). Lock-free, so a signal
+// handler may read them.
+extern std::atomic<uint64_t> g_schreibgeraet, g_schreibknoten;
 }  // namespace bild

@@ -1,6 +1,7 @@
 #include "bild/bild.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <memory>
@@ -26,25 +27,57 @@ unsigned char** neue_tabelle(int64_t zeilen) {
     return new unsigned char*[size_t(zeilen)];
 }
 
-// Pixel buffers of a huge page or more start on a huge-page boundary and ask
-// for huge pages: a fresh 144 MB image then costs about 70 page faults
-// instead of 35000, which is most of what filling it costs beyond the copy.
-// Smaller buffers are aligned to a cache line. Both come from aligned_alloc,
-// so one free releases either.
+// Fresh pixel storage is always zero: a reader that leaves pixels unwritten
+// (bit counts it takes no pixels from) must not put an earlier image's
+// bytes, or anything else the heap held, into an output file.
+//
+// Buffers of a huge page or more are mapped directly, start on a huge-page
+// boundary and ask for huge pages: the kernel hands them out zeroed and only
+// when touched, so a fresh 144 MB image costs about 70 page faults instead of
+// 35000, and a hostile header's reservation costs nothing until rows come.
+// Smaller buffers come from the heap, aligned to a cache line, and are
+// cleared here.
 constexpr size_t kGrosseSeite = size_t(2) << 20;
 constexpr size_t kZeilenAusrichtung = 64;
 
+size_t gemappt(size_t groesse) {
+    return groesse >= kGrosseSeite ? (groesse + kGrosseSeite - 1) / kGrosseSeite * kGrosseSeite : 0;
+}
+
 unsigned char* neuer_puffer(size_t groesse) {
-    const size_t ausrichtung = groesse >= kGrosseSeite ? kGrosseSeite : kZeilenAusrichtung;
-    // aligned_alloc wants a multiple of the alignment; the rounding is never
-    // touched, so it costs address space only.
-    const size_t gerundet = (groesse + ausrichtung - 1) / ausrichtung * ausrichtung;
-    void* p = gerundet >= groesse ? std::aligned_alloc(ausrichtung, gerundet) : nullptr;
-    if (!p) throw std::bad_alloc();
-#if defined(__linux__) && defined(MADV_HUGEPAGE)
-    if (ausrichtung == kGrosseSeite) madvise(p, gerundet, MADV_HUGEPAGE);  // a hint: failure is harmless
+#ifdef __linux__
+    if (const size_t laenge = gemappt(groesse)) {
+        // Map one huge page more and cut the ends, so the start is aligned.
+        void* p = mmap(nullptr, laenge + kGrosseSeite, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+        if (p == MAP_FAILED) throw std::bad_alloc();
+        const uintptr_t roh = reinterpret_cast<uintptr_t>(p);
+        const uintptr_t start = (roh + kGrosseSeite - 1) / kGrosseSeite * kGrosseSeite;
+        if (start > roh) munmap(p, start - roh);
+        if (start + laenge < roh + laenge + kGrosseSeite)
+            munmap(reinterpret_cast<void*>(start + laenge), roh + kGrosseSeite - start);
+#ifdef MADV_HUGEPAGE
+        madvise(reinterpret_cast<void*>(start), laenge, MADV_HUGEPAGE);  // a hint: failure is harmless
 #endif
+        return reinterpret_cast<unsigned char*>(start);
+    }
+#endif
+    // aligned_alloc wants a multiple of the alignment.
+    const size_t gerundet = (groesse + kZeilenAusrichtung - 1) / kZeilenAusrichtung * kZeilenAusrichtung;
+    void* p = gerundet >= groesse ? std::aligned_alloc(kZeilenAusrichtung, gerundet) : nullptr;
+    if (!p) throw std::bad_alloc();
+    std::memset(p, 0, groesse);
     return static_cast<unsigned char*>(p);
+}
+
+void puffer_frei(unsigned char* p, size_t groesse) {
+    if (!p) return;
+#ifdef __linux__
+    if (const size_t laenge = gemappt(groesse)) {
+        munmap(p, laenge);
+        return;
+    }
+#endif
+    std::free(p);
 }
 
 // Fit [start, start + size) into [0, limit): move, do not cut, unless wider.
@@ -111,7 +144,7 @@ CBILD::CBILD(const CBILD& src) : CBILD(0, 0) { setzen(&src); }
 CBILD::~CBILD() { freigeben(); }
 
 void CBILD::freigeben() {
-    std::free(puffer);
+    puffer_frei(puffer, puffergroesse);
     delete[] zeile;
     puffer = nullptr;
     zeile = nullptr;

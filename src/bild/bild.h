@@ -49,7 +49,7 @@ public:
     int info[4];                 // descriptive words, carried only
     int farbe32;                 // 256: 4-byte pixels hold colour bytes
     unsigned int palette[256];   // carried; entry 0 cleared on (re)allocation
-    unsigned char* puffer;       // owned pixel buffer (aligned_alloc, released with free), null without storage
+    unsigned char* puffer;       // owned pixel buffer (zeroed when fresh; freed by speichfrei), null without storage
     unsigned int puffergroesse;  // bytes in puffer
     int zusatz;                  // trailing descriptive word
 

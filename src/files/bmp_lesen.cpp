@@ -161,6 +161,12 @@ int CBmp::einbmp0(const wchar_t* name) {
     // Images from this reader have always done so; it is kept.
     stride = int(((int64_t(breite) * bitcount + 7) / 8 + 3) & 0xFFFC);
 
+    // Rows of fewer than 8 bits must bring their pixels: a bit count of 0,
+    // or a stride wrapped below the row's bytes, would make an image of any
+    // size out of nothing (a 54-byte file answered by gigabytes).
+    const int64_t noetig = (int64_t(breite) * bitcount + 7) / 8;
+    if (hoehe != 0 && breite > 0 && (bitcount == 0 || (bitcount < 8 && stride < noetig))) return 3;
+
     speicher(bitcount < 8 ? std::max(stride, kBlock) : kBlock);
     const int64_t skip = int64_t(datenoffset) - kKopf;
     if (skip > 0) {
@@ -217,15 +223,14 @@ int CBmp::einbmp1(unsigned char* row) {
         if (!datei.lies(puffer.get(), size_t(stride))) result = 3;
         const unsigned char* src = puffer.get();
         if (bitcount == 4) {
-            // A stride wrapped at 64 KiB can be shorter than the row: pixels
-            // whose source byte lies beyond the work buffer have no source
-            // and are left as they are.
-            const size_t paare = size_t(breite / 2), quelle = size_t(puffergroesse);
-            for (size_t k = 0; k < std::min(paare, quelle); ++k) {
+            // einbmp0 refused strides shorter than the row: every pixel has
+            // its byte in the work buffer.
+            const size_t paare = size_t(breite / 2);
+            for (size_t k = 0; k < paare; ++k) {
                 row[2 * k] = src[k] & 0xF0;
                 row[2 * k + 1] = (unsigned char)(src[k] << 4);
             }
-            if ((breite & 1) && paare < quelle) row[breite - 1] = src[paare] & 0xF0;
+            if (breite & 1) row[breite - 1] = src[paare] & 0xF0;
         } else if (bitcount == 1 && stride >= 1) {
             // Set bits read as 254, not 255: images from this reader have
             // always looked that way and downstream thresholds depend on it.
@@ -272,11 +277,9 @@ int CBmp::lesen(const wchar_t* name, CBILD* image) {
     image->flag = 0;
     if (hoehe > 0 && breite < 0) {
         result = 3;  // a negative width has no rows to read into
-    } else if (hoehe > 0 && breite > 0 && !(stride == 0 && bitcount < 8 && bitcount != 4)) {
-        // Rows of 0 stored bytes that write no pixel (a width of 0, or a bit
-        // count below 8 whose stride is 0) leave nothing to do: the loop is
-        // skipped instead of spinning through millions of empty reads.
-        // Batches of rows in file order: top-down files fill the image from
+    } else if (hoehe > 0 && breite > 0) {
+        // A width of 0 leaves nothing to read: no loop through millions of
+        // empty rows. Batches of rows in file order: top-down files fill the image from
         // row 0, bottom-up files from the last row.
         constexpr int kStapel = 1024;
         unsigned char* zeilen[kStapel];

@@ -22,12 +22,16 @@ public:
     FILE* get() const { return f_; }
     explicit operator bool() const { return f_ != nullptr; }
 
-    // Closes when open; false only when fclose itself failed.
+    // Closes when open; false when fclose failed or any earlier read or
+    // write on the stream did (its error indicator): a short write that
+    // was not looked at still makes the close fail, so a full disk or a
+    // file-size limit is never reported as a stored file.
     bool schliessen() {
         if (!f_) return true;
-        int r = std::fclose(f_);
+        const bool fehler = std::ferror(f_) != 0;
+        const int r = std::fclose(f_);
         f_ = nullptr;
-        return r == 0;
+        return r == 0 && !fehler;
     }
 
     // fread/fwrite of exactly n bytes; true when all of them moved.

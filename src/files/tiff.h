@@ -2,7 +2,7 @@
 // uncompressed little-endian baseline TIFF with one directory of exactly 16
 // entries and 20 rows per strip. The reader takes the first image of a
 // classic or BigTIFF file in either byte order: strips or tiles, chunky or
-// planar, uncompressed, PackBits, LZW or Deflate.
+// planar, uncompressed or in any compression of the reader's table.
 #pragma once
 #include <cstdint>
 #include <vector>
@@ -40,7 +40,7 @@ public:
 
 private:
     int lies_band();
-    int lies_segment(size_t index, unsigned char* ziel, size_t erwartet);
+    int lies_segment(size_t index, unsigned char* ziel, uint32_t zeilen);
     void platziere(const unsigned char* segment, uint32_t spalte, int ebene, int zeilen);
 
     bild::Datei datei_;
@@ -60,20 +60,30 @@ private:
     // plan made from it.
     bild::ByteOrder ordnung_;
     uint64_t dateigroesse_ = 0;
-    uint32_t kompression_ = 1, praediktor_ = 1;
+    uint32_t kompression_ = 1, praediktor_ = 1, optionen_ = 0;
+    const void* dekoder_ = nullptr;    // entry of the reader's table of compressions
     bool bitumkehr_ = false;           // FillOrder 2: bits of each byte reversed
+    bool ycbcr_ = false;               // JPEG data in YCbCr, turned into RGB
+    std::vector<unsigned char> jpegtabellen_;
     int bpp_ = 1, flag_ = 0, farbe32_ = 0;  // the image to fill
     std::vector<uint32_t> palette_;    // from the ColorMap, 0x00RRGGBB
     unsigned char wert_[16] = {};      // value of a 1-, 2- or 4-bit sample in the image
+    // How a band row becomes an image row (see eintiff1): band pixels hold
+    // bandspp_ samples of bitspersample_ bits, the image keeps behalten_.
+    int zeilenart_ = 0, bandspp_ = 1, behalten_ = 1;
     // Strips are segments as wide as the image; tiles are segments of a
     // grid. Segment k of plane p in grid row r, column c has index
-    // (p * runter + r) * quer + c.
+    // (p * runter + r) * quer + c; only the planes the image keeps are read.
     uint32_t segbreite_ = 0, seghoehe_ = 0, quer_ = 0, runter_ = 0;
-    int ebenen_ = 1;                   // 1, or the samples per pixel of a planar file
+    int ebenen_ = 1;                   // planes read: 1 for chunky files
     bool kacheln_ = false;
-    bool direkt_ = true;               // chunky strips decode straight into the band
+    bool direkt_ = true;               // chunky strips laid out like image rows
     size_t segzeile_ = 0, bandzeile_ = 0;
     std::vector<uint64_t> segoffset_, seglaenge_;
     std::vector<unsigned char> band_, segment_, roh_;
     int zeile_ = 0, bandende_ = 0;     // next row; first row after the band held
+
+    int lies_direkt(CBILD* image);
+    int lies_roh(uint64_t offset, unsigned char* ziel, size_t n);
+    void nachbearbeiten(unsigned char* ziel, size_t zeilen);
 };

@@ -22,6 +22,8 @@ enum Tag : uint16_t {
     XResolution = 282,
     YResolution = 283,
     PlanarConfiguration = 284,
+    T4Options = 292,
+    T6Options = 293,
     ResolutionUnit = 296,
     Predictor = 317,
     ColorMap = 320,
@@ -29,14 +31,27 @@ enum Tag : uint16_t {
     TileLength = 323,
     TileOffsets = 324,
     TileByteCounts = 325,
+    InkSet = 332,
     SampleFormat = 339,
+    JpegTables = 347,
 };
 
-enum Typ : uint16_t { Byte = 1, Ascii = 2, Short = 3, Long = 4, Rational = 5, Long8 = 16 };
+enum Typ : uint16_t { Byte = 1, Ascii = 2, Short = 3, Long = 4, Rational = 5, Undefined = 7, Long8 = 16 };
 
-enum Kompression : uint32_t { Keine = 1, Lzw = 5, Deflate = 8, PackBits = 32773, DeflateAlt = 32946 };
+enum Kompression : uint32_t {
+    Keine = 1,
+    CcittMh = 2,
+    CcittG3 = 3,
+    CcittG4 = 4,
+    Lzw = 5,
+    JpegAlt = 6,
+    Jpeg = 7,
+    Deflate = 8,
+    PackBits = 32773,
+    DeflateAlt = 32946
+};
 
-enum PhotometricWert : uint32_t { WhiteIsZero = 0, BlackIsZero = 1, Rgb = 2, Palette = 3 };
+enum PhotometricWert : uint32_t { WhiteIsZero = 0, BlackIsZero = 1, Rgb = 2, Palette = 3, Cmyk = 5, YCbCr = 6 };
 
 // Our writer: one directory at 8 with exactly these entries in this order;
 // the pixel rows start at 222 + 8n for n strips, except that a single strip

@@ -1,32 +1,77 @@
 // The TIFF reader: parse the first directory, plan the strips or tiles,
 // decode one band of them at a time (all segments that cover the same rows)
 // and hand out its rows. Every size from the file is checked against the file
-// before it becomes an allocation, a seek or a loop bound.
+// before it becomes an allocation, a seek or a loop bound, and what decoding
+// may cost is bounded by the bytes the file really holds.
+#include <unistd.h>
+
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <climits>
 #include <cstring>
 
 #include "app/dateiname.h"
 #include "bild/groesse.h"
-#include "files/tiff.h"
 #include "files/codec/inflate.h"
 #include "files/codec/lzw.h"
 #include "files/codec/packbits.h"
+#include "files/tiff.h"
 #include "files/tiff_format.h"
 
 namespace {
 
 using namespace tiff;
 
-constexpr uint64_t kMaxAusdehnung = bild::kLzwAusdehnung;
-
 // The tags the reader looks at; everything else in the directory is skipped.
-constexpr Tag kGelesen[] = {ImageWidth,      ImageLength, BitsPerSample, Compression, Photometric,
-                            FillOrder,       StripOffsets, SamplesPerPixel, RowsPerStrip,
-                            StripByteCounts, PlanarConfiguration, Predictor, ColorMap, TileWidth,
-                            TileLength,      TileOffsets, TileByteCounts, SampleFormat};
+constexpr Tag kGelesen[] = {ImageWidth,   ImageLength, BitsPerSample,   Compression,  Photometric,
+                            FillOrder,    StripOffsets, SamplesPerPixel, RowsPerStrip, StripByteCounts,
+                            PlanarConfiguration, Predictor, ColorMap, TileWidth, TileLength,
+                            TileOffsets,  TileByteCounts, SampleFormat, T4Options, T6Options,
+                            InkSet,       JpegTables};
 constexpr size_t kAnzahlGelesen = sizeof kGelesen / sizeof kGelesen[0];
+
+// One strip or tile to decode: the compressed bytes and where its rows go.
+struct Auftrag {
+    const unsigned char* quelle;
+    size_t n;
+    unsigned char* ziel;
+    size_t zeilenbytes;      // bytes of one decoded row of the segment
+    uint32_t breite, zeilen;  // pixels of a segment row; rows wanted
+    uint32_t optionen;        // T4Options or T6Options
+    const std::vector<unsigned char>* tabellen;  // JPEGTables
+    bool ycbcr;
+    int kanaele;
+};
+
+template <int64_t (*F)(const unsigned char*, size_t, unsigned char*, size_t)>
+bool bytestrom(const Auftrag& a) {
+    const size_t kap = a.zeilenbytes * a.zeilen;
+    return F(a.quelle, a.n, a.ziel, kap) == int64_t(kap);
+}
+
+// The compressions the reader decodes. `ausdehnung` is the most output bytes
+// one input byte can give; with `zeilen_pro_byte` a row costs a fraction of
+// a byte whatever its width, which bounds the rows too. Uncompressed data
+// (no decoder) is read straight into place.
+struct Dekoder {
+    uint32_t kompression;
+    uint64_t ausdehnung, zeilen_pro_byte;
+    bool (*entpacken)(const Auftrag&);
+};
+constexpr Dekoder kDekoder[] = {
+    {Keine, 1, 0, nullptr},
+    {PackBits, bild::kPackBitsAusdehnung, 0, bytestrom<bild::packbits_entpacken>},
+    {Lzw, bild::kLzwAusdehnung, 0, bytestrom<bild::lzw_entpacken>},
+    {Deflate, bild::kInflateAusdehnung, 0, bytestrom<bild::inflate_entpacken>},
+    {DeflateAlt, bild::kInflateAusdehnung, 0, bytestrom<bild::inflate_entpacken>},
+};
+
+const Dekoder* dekoder_von(uint64_t kompression) {
+    for (const Dekoder& d : kDekoder)
+        if (d.kompression == kompression) return &d;
+    return nullptr;
+}
 
 int typgroesse(uint16_t typ) {
     switch (typ) {
@@ -38,9 +83,20 @@ int typgroesse(uint16_t typ) {
     }
 }
 
+// n bytes at `offset` of the file, with pread: no stdio buffer in between
+// and no seek (strip tables need not be in order).
 bool lies_bei(bild::Datei& d, uint64_t dateigroesse, uint64_t offset, void* p, size_t n) {
-    return bild::bereich_passt(offset, n, dateigroesse) && offset <= uint64_t(LONG_MAX) &&
-           std::fseek(d.get(), long(offset), SEEK_SET) == 0 && d.lies(p, n);
+    if (!bild::bereich_passt(offset, n, dateigroesse) || offset > uint64_t(LLONG_MAX)) return false;
+    auto* z = static_cast<unsigned char*>(p);
+    while (n > 0) {
+        const ssize_t r = ::pread(fileno(d.get()), z, n, off_t(offset));
+        if (r < 0 && errno == EINTR) continue;
+        if (r <= 0) return false;
+        z += r;
+        n -= size_t(r);
+        offset += uint64_t(r);
+    }
+    return true;
 }
 
 // The first directory of a classic or BigTIFF file, as far as we use it.
@@ -100,6 +156,29 @@ public:
     bool hat(Tag tag) const { return eintrag(tag).da; }
     uint64_t anzahl(Tag tag) const { return eintrag(tag).anzahl; }
 
+    // The bytes of a tag's first `max` values as stored (any type); all of
+    // its values must lie in the file.
+    std::vector<unsigned char> roh(Tag tag, uint64_t max) {
+        std::vector<unsigned char> out;
+        const Eintrag& x = eintrag(tag);
+        const size_t g = size_t(typgroesse(x.typ));
+        uint64_t bytes = 0, alle = 0;
+        if (!x.da) return out;
+        if (g == 0 || !bild::produkt_passt(int64_t(std::min<uint64_t>(x.anzahl, INT64_MAX)), int64_t(g), 1, groesse_, &alle) ||
+            !bild::produkt_passt(int64_t(std::min(x.anzahl, max)), int64_t(g), 1, alle, &bytes)) {
+            kaputt = true;
+            return out;
+        }
+        if (alle <= (gross_ ? 8u : 4u)) return std::vector<unsigned char>(x.wert, x.wert + bytes);
+        out.resize(size_t(bytes));
+        const uint64_t offset = gross_ ? ordnung.u64(x.wert) : ordnung.u32(x.wert);
+        if (!bild::bereich_passt(offset, alle, groesse_) || !lies_bei(d_, groesse_, offset, out.data(), out.size())) {
+            kaputt = true;
+            out.clear();
+        }
+        return out;
+    }
+
     // The first `max` values of an integer tag (BYTE, SHORT, LONG, LONG8);
     // none when the tag is absent.
     std::vector<uint64_t> werte(Tag tag, uint64_t max) {
@@ -110,30 +189,11 @@ public:
             kaputt = true;
             return out;
         }
+        const std::vector<unsigned char> p = roh(tag, max);
         const size_t g = size_t(typgroesse(x.typ));
-        const uint64_t n = std::min(x.anzahl, max);
-        uint64_t bytes = 0, alle = 0;
-        // All values, not only those used, must lie in the file.
-        if (!bild::produkt_passt(int64_t(std::min<uint64_t>(x.anzahl, INT64_MAX)), int64_t(g), 1, groesse_, &alle) ||
-            !bild::produkt_passt(int64_t(n), int64_t(g), 1, alle, &bytes)) {
-            kaputt = true;
-            return out;
-        }
-        std::vector<unsigned char> roh;
-        const unsigned char* p = x.wert;
-        if (alle > (gross_ ? 8u : 4u)) {
-            roh.resize(bytes);
-            const uint64_t offset = gross_ ? ordnung.u64(x.wert) : ordnung.u32(x.wert);
-            if (!lies_bei(d_, groesse_, offset, roh.data(), roh.size()) ||
-                !bild::bereich_passt(offset, alle, groesse_)) {
-                kaputt = true;
-                return out;
-            }
-            p = roh.data();
-        }
-        out.resize(n);
-        for (size_t i = 0; i < n; ++i) {
-            const unsigned char* q = p + i * g;
+        out.resize(p.size() / g);
+        for (size_t i = 0; i < out.size(); ++i) {
+            const unsigned char* q = p.data() + i * g;
             out[i] = g == 1 ? *q : g == 2 ? ordnung.u16(q) : g == 4 ? ordnung.u32(q) : ordnung.u64(q);
         }
         return out;
@@ -198,6 +258,24 @@ void praediktor(unsigned char* z, size_t n, size_t abstand, int bytes) {
     }
 }
 
+// How a band row becomes an image row.
+enum Zeilenart : int {
+    kKopie,    // the same bytes
+    kAuswahl,  // whole-byte samples, the first `behalten` of each pixel
+    kKlein,    // 1, 2 or 4 bits to one byte through wert_
+    kWeit,     // 9 to 15 bits to 16-bit samples, values as stored
+    kCmyk,     // 8-bit CMYK to 8-bit RGB
+};
+
+// The `bits` bits from bit `pos` of a row, most significant first.
+uint32_t bits_bei(const unsigned char* z, size_t pos, int bits) {
+    const unsigned char* p = z + (pos >> 3);
+    // Three bytes hold any value of up to 16 bits at any bit offset; the
+    // band row has two bytes of slack after its end for this read.
+    const uint32_t v = uint32_t(p[0]) << 16 | uint32_t(p[1]) << 8 | p[2];
+    return (v >> (24 - bits - int(pos & 7))) & ((1u << bits) - 1);
+}
+
 }  // namespace
 
 int CTiff::eintiff0(const wchar_t* name) {
@@ -227,23 +305,28 @@ int CTiff::eintiff0(const wchar_t* name) {
     if (v.kaputt || w == 0 || h == 0 || spp == 0 || !v.hat(Photometric)) return 3;
 
     // What the image can hold: unsigned samples of the listed kinds, the
-    // compressions we decode, at most four samples.
-    if (kompression_ != Keine && kompression_ != Lzw && kompression_ != Deflate && kompression_ != DeflateAlt &&
-        kompression_ != PackBits)
-        return 12;
+    // compressions of the table, at most four samples.
+    const auto* dekoder = dekoder_von(kompression_);
+    if (!dekoder) return 12;
+    dekoder_ = dekoder;
     if (format != 1 || spp > 4 || (planar != 1 && planar != 2) || w > INT_MAX || h > INT_MAX) return 12;
-    if (praediktor_ != 1 && (praediktor_ != 2 || bits < 8)) return 12;
+    // The predictor works on whole samples of 8, 16 or 32 bits.
+    if (praediktor_ != 1 && (praediktor_ != 2 || (bits != 8 && bits != 16 && bits != 32))) return 12;
     flag_ = 0;
     farbe32_ = 0;
     palette_.clear();
-    if ((photo == WhiteIsZero || photo == BlackIsZero) && spp == 1 &&
-        (bits == 1 || bits == 4 || bits == 8 || bits == 16 || bits == 32)) {
-        bpp_ = bits <= 8 ? 1 : int(bits / 8);
+    zeilenart_ = kKopie;
+    behalten_ = 1;
+    const bool grau = photo == WhiteIsZero || photo == BlackIsZero;
+    const bool weit = bits > 8 && bits < 16;  // 9 to 15 bits: a bit stream, stored as 16-bit samples
+    if (grau && (bits == 1 || bits == 2 || bits == 4 || bits == 8 || bits == 16 || bits == 32 || weit)) {
+        bpp_ = bits <= 8 ? 1 : bits <= 16 ? 2 : 4;
         // 1-bit white reads as 254 and a 4-bit level as level x 16, as from
         // 1- and 4-bit BMP files: the same picture gives the same bytes
-        // whichever format it came in.
-        for (int i = 0; i < 16; ++i) wert_[i] = uint8_t(bits == 1 ? (i ? 254 : 0) : i * 16);
-    } else if (photo == Palette && spp == 1 && (bits == 1 || bits == 2 || bits == 4 || bits == 8)) {
+        // whichever format it came in; 2-bit levels likewise stand in the
+        // top bits.
+        for (int i = 0; i < 16; ++i) wert_[i] = uint8_t(bits == 1 ? (i ? 254 : 0) : bits == 2 ? i * 64 : i * 16);
+    } else if (photo == Palette && (bits == 1 || bits == 2 || bits == 4 || bits == 8)) {
         bpp_ = 1;
         for (int i = 0; i < 16; ++i) wert_[i] = uint8_t(i);  // indices stay indices
         const uint64_t n = uint64_t(1) << bits;
@@ -253,10 +336,18 @@ int CTiff::eintiff0(const wchar_t* name) {
         for (size_t i = 0; i < n; ++i)
             palette_[i] = uint32_t((karte[i] >> 8 & 0xFF) << 16 | (karte[n + i] >> 8 & 0xFF) << 8 |
                                    (karte[2 * n + i] >> 8 & 0xFF));
-    } else if (photo == Rgb && ((spp == 3 && (bits == 8 || bits == 16)) || (spp == 4 && bits == 8))) {
-        bpp_ = int(spp * bits / 8);
+    } else if (photo == Rgb && spp >= 3 && (bits == 8 || bits == 16 || weit)) {
+        // 8-bit RGB with an extra sample keeps it (4-byte colour); deeper
+        // samples drop it.
+        behalten_ = bits == 8 && spp == 4 ? 4 : 3;
+        bpp_ = behalten_ * int(bits > 8 ? 2 : 1);
         flag_ = 4;
-        farbe32_ = spp == 4 ? 256 : 0;
+        farbe32_ = behalten_ == 4 ? 256 : 0;
+    } else if (photo == Cmyk && spp == 4 && bits == 8 && v.wert(InkSet, 1) == 1) {
+        bpp_ = 3;
+        flag_ = 4;
+        behalten_ = 4;  // all four inks make the colour
+        zeilenart_ = kCmyk;
     } else {
         return 12;
     }
@@ -266,13 +357,22 @@ int CTiff::eintiff0(const wchar_t* name) {
     samplesperpixel_ = int(spp);
     photometric_ = uint16_t(photo);
     planar_ = int(planar);
+    // Planar files: only the planes the image keeps are read. Samples not
+    // on byte boundaries are not interleaved from planes.
+    ebenen_ = planar == 2 ? behalten_ : 1;
+    bandspp_ = planar == 2 ? behalten_ : int(spp);
+    if (planar == 2 && ebenen_ > 1 && bits % 8 != 0) return 12;
+    if (zeilenart_ != kCmyk) {
+        if (bits < 8) zeilenart_ = kKlein;
+        else if (weit) zeilenart_ = kWeit;
+        else if (bandspp_ != behalten_) zeilenart_ = kAuswahl;
+    }
     uint64_t bildbytes = 0;
     if (!bild::produkt_passt(int64_t(w), int64_t(h), bpp_, UINT32_MAX, &bildbytes)) return 12;
 
     // Segments: strips as wide as the image, or tiles of a grid; a planar
     // file has one set of them per sample.
     kacheln_ = v.hat(TileWidth);
-    ebenen_ = planar == 2 ? int(spp) : 1;
     const uint64_t proPixel = planar == 2 ? 1 : spp;  // samples per segment pixel
     if (kacheln_) {
         segbreite_ = uint32_t(std::min<uint64_t>(v.wert(TileWidth, 0), UINT32_MAX));
@@ -289,8 +389,8 @@ int CTiff::eintiff0(const wchar_t* name) {
     quer_ = uint32_t(aufrunden(w, segbreite_));
     runter_ = uint32_t(aufrunden(h, seghoehe_));
     segzeile_ = size_t(aufrunden(uint64_t(segbreite_) * proPixel * bits, 8));
-    bandzeile_ = size_t(aufrunden(w * spp * bits, 8));
-    direkt_ = !kacheln_ && ebenen_ == 1;
+    bandzeile_ = size_t(aufrunden(w * uint64_t(bandspp_) * bits, 8));
+    direkt_ = !kacheln_ && ebenen_ == 1 && zeilenart_ == kKopie;
     uint64_t segbytes = 0, segmente = 0;
     // Each segment holds at least one byte, so there cannot be more than
     // the file has bytes.
@@ -306,57 +406,79 @@ int CTiff::eintiff0(const wchar_t* name) {
     if (v.eigene_tags && segmente == 1 && v.anzahl(StripOffsets) == 1 && kompression_ == Keine &&
         segoffset_[0] == kEigenerKopf + 8 && dateigroesse_ == kEigenerKopf + seglaenge_[0])
         segoffset_[0] = kEigenerKopf;
-    uint64_t daten = 0;
+
+    // What decoding will cost, bounded before anything is allocated: every
+    // segment lies in the file, none decodes to more than its bytes can
+    // give, and all together decode to no more than the whole file could,
+    // however many of them point at the same bytes. Only the rows the image
+    // needs count: the part of a tile below the image is never decoded.
+    const Dekoder& d = *dekoder;
+    uint64_t ausgabe = 0, eingabe = 0, zeilen = 0;
     for (size_t i = 0; i < segmente; ++i) {
-        if (!bild::bereich_passt(segoffset_[i], seglaenge_[i], dateigroesse_)) return 3;
-        daten += seglaenge_[i];  // each below the file size: no overflow for any real count
+        const uint64_t n = seglaenge_[i], band = i / quer_ % runter_;
+        const uint64_t z = std::min<uint64_t>(seghoehe_, h - band * seghoehe_), bytes = z * segzeile_;
+        if (!bild::bereich_passt(segoffset_[i], n, dateigroesse_) || bytes > n * d.ausdehnung ||
+            (d.zeilen_pro_byte && z > n * d.zeilen_pro_byte))
+            return 3;
+        ausgabe += bytes;  // each term below 2^32 and at most 2^32 terms
+        eingabe += d.entpacken ? n : bytes;
+        zeilen += z;
     }
-    // The pixels must be able to come from the data: an image far larger
-    // than the strips could decode to is refused before it is allocated.
-    const uint64_t faktor = kompression_ == Keine ? 1 : kMaxAusdehnung;
-    uint64_t noetig = 0;
-    if (!bild::produkt_passt(int64_t(bandzeile_), int64_t(h), 1, UINT64_MAX, &noetig) || daten > UINT64_MAX / faktor ||
-        noetig > daten * faktor)
+    if (ausgabe > dateigroesse_ * d.ausdehnung || (d.zeilen_pro_byte && zeilen > dateigroesse_ * d.zeilen_pro_byte) ||
+        eingabe > 2 * dateigroesse_)
         return 3;
-    band_.assign(bandzeile_ * std::min<uint64_t>(seghoehe_, h), 0);
+    // Two bytes of slack: sub-byte and 9-to-15-bit samples are read three
+    // bytes at a time.
+    band_.assign(bandzeile_ * std::min<uint64_t>(seghoehe_, h) + 2, 0);
     return 0;
 }
 
-int CTiff::lies_segment(size_t index, unsigned char* ziel, size_t erwartet) {
-    const uint64_t offset = segoffset_[index], n = seglaenge_[index];
-    const bool roh = kompression_ == Keine;
-    if (roh ? n < erwartet : erwartet > n * kMaxAusdehnung) return 3;
-    if (!ziel) {
-        if (segment_.size() < erwartet) segment_.resize(erwartet);
-        ziel = segment_.data();
-    }
-    if (roh) {
-        if (!lies_bei(datei_, dateigroesse_, offset, ziel, erwartet)) return 3;
-        if (bitumkehr_)
-            for (size_t i = 0; i < erwartet; ++i) ziel[i] = bits_umgekehrt(ziel[i]);
-    } else {
-        roh_.resize(size_t(n));
-        if (!lies_bei(datei_, dateigroesse_, offset, roh_.data(), roh_.size())) return 3;
-        if (bitumkehr_)
-            for (unsigned char& b : roh_) b = bits_umgekehrt(b);
-        int64_t erhalten = 0;
-        if (kompression_ == PackBits) erhalten = bild::packbits_entpacken(roh_.data(), roh_.size(), ziel, erwartet);
-        else if (kompression_ == Lzw) erhalten = bild::lzw_entpacken(roh_.data(), roh_.size(), ziel, erwartet);
-        else erhalten = bild::inflate_entpacken(roh_.data(), roh_.size(), ziel, erwartet);
-        if (erhalten != int64_t(erwartet)) return 3;
-    }
-    // Samples to the image's little-endian order, then the predictor on
-    // the values, then WhiteIsZero turned into black-is-zero.
-    const int bytes = bitspersample_ / 8;
-    if (ordnung_.big && bytes > 1)
+int CTiff::lies_roh(uint64_t offset, unsigned char* ziel, size_t n) {
+    if (!lies_bei(datei_, dateigroesse_, offset, ziel, n)) return 3;
+    if (bitumkehr_)
+        for (size_t i = 0; i < n; ++i) ziel[i] = bits_umgekehrt(ziel[i]);
+    return 0;
+}
+
+// Samples to the image's little-endian order, then the predictor on the
+// values, then WhiteIsZero turned into black-is-zero (the complement of the
+// packed bits is max - v for samples of any width).
+void CTiff::nachbearbeiten(unsigned char* ziel, size_t zeilen) {
+    const size_t erwartet = zeilen * segzeile_;
+    const int bytes = bitspersample_ % 8 == 0 ? bitspersample_ / 8 : 0;
+    const auto* d = static_cast<const Dekoder*>(dekoder_);
+    const bool bildcodec = d->kompression == Jpeg || d->kompression == CcittMh || d->kompression == CcittG3 ||
+                           d->kompression == CcittG4;
+    if (ordnung_.big && bytes > 1 && !bildcodec)
         for (size_t i = 0; i + size_t(bytes) <= erwartet; i += size_t(bytes)) std::reverse(ziel + i, ziel + i + bytes);
-    if (praediktor_ == 2) {
-        const size_t abstand = ebenen_ > 1 ? 1 : size_t(samplesperpixel_);
-        for (size_t z = 0; z < erwartet / segzeile_; ++z)
+    if (praediktor_ == 2 && !bildcodec) {
+        const size_t abstand = ebenen_ > 1 || planar_ == 2 ? 1 : size_t(samplesperpixel_);
+        for (size_t z = 0; z < zeilen; ++z)
             praediktor(ziel + z * segzeile_, size_t(segbreite_) * abstand, abstand, bytes);
     }
     if (photometric_ == WhiteIsZero)
         for (size_t i = 0; i < erwartet; ++i) ziel[i] = uint8_t(~ziel[i]);
+}
+
+int CTiff::lies_segment(size_t index, unsigned char* ziel, uint32_t zeilen) {
+    const uint64_t offset = segoffset_[index], n = seglaenge_[index];
+    const size_t erwartet = segzeile_ * zeilen;
+    const auto* d = static_cast<const Dekoder*>(dekoder_);
+    if (!ziel) {
+        if (segment_.size() < erwartet) segment_.resize(erwartet);
+        ziel = segment_.data();
+    }
+    if (!d->entpacken) {
+        if (n < erwartet) return 3;  // an uncompressed strip shorter than its rows
+        if (lies_roh(offset, ziel, erwartet) != 0) return 3;
+    } else {
+        roh_.resize(size_t(n));
+        if (lies_roh(offset, roh_.data(), roh_.size()) != 0) return 3;
+        const Auftrag a{roh_.data(), roh_.size(), ziel, segzeile_, segbreite_, zeilen,
+                        optionen_, &jpegtabellen_, ycbcr_, bandspp_};
+        if (!d->entpacken(a)) return 3;
+    }
+    nachbearbeiten(ziel, zeilen);
     return 0;
 }
 
@@ -367,7 +489,7 @@ void CTiff::platziere(const unsigned char* segment, uint32_t spalte, int ebene, 
         const unsigned char* s = segment + size_t(r) * segzeile_;
         unsigned char* d = band_.data() + size_t(r) * bandzeile_;
         if (ebenen_ == 1) {
-            const size_t bits = size_t(samplesperpixel_) * bitspersample_;
+            const size_t bits = size_t(bandspp_) * bitspersample_;
             std::memcpy(d + x0 * bits / 8, s, (pixel * bits + 7) / 8);
         } else {
             const size_t b = bitspersample_ / 8u, schritt = size_t(ebenen_) * b;
@@ -379,18 +501,16 @@ void CTiff::platziere(const unsigned char* segment, uint32_t spalte, int ebene, 
 
 int CTiff::lies_band() {
     const uint32_t band = uint32_t(zeile_) / seghoehe_;
-    const int zeilen = int(std::min<uint64_t>(seghoehe_, uint64_t(hoehe_) - uint64_t(band) * seghoehe_));
-    // Tiles are whole even at the edge; the last strip has only the rows left.
-    const size_t erwartet = segzeile_ * (kacheln_ ? seghoehe_ : size_t(zeilen));
+    const uint32_t zeilen = uint32_t(std::min<uint64_t>(seghoehe_, uint64_t(hoehe_) - uint64_t(band) * seghoehe_));
     for (int p = 0; p < ebenen_; ++p) {
         for (uint32_t c = 0; c < quer_; ++c) {
             const size_t index = (size_t(p) * runter_ + band) * quer_ + c;
-            const int r = lies_segment(index, direkt_ ? band_.data() : nullptr, erwartet);
+            const int r = lies_segment(index, direkt_ ? band_.data() : nullptr, zeilen);
             if (r != 0) return r;
-            if (!direkt_) platziere(segment_.data(), c, p, zeilen);
+            if (!direkt_) platziere(segment_.data(), c, p, int(zeilen));
         }
     }
-    bandende_ = zeile_ + zeilen;
+    bandende_ = zeile_ + int(zeilen);
     return 0;
 }
 
@@ -401,18 +521,71 @@ int CTiff::eintiff1(unsigned char* row) {
         if (r != 0) return r;
     }
     const unsigned char* src = band_.data() + size_t(uint32_t(zeile_) % seghoehe_) * bandzeile_;
-    const size_t w = size_t(breite_);
+    const size_t w = size_t(breite_), spp = size_t(bandspp_), k = size_t(behalten_);
     const int bits = bitspersample_;
-    if (bits >= 8) {
-        std::memcpy(row, src, w * size_t(bpp_));
-    } else {
-        const unsigned maske = (1u << bits) - 1;
-        for (size_t x = 0; x < w; ++x) {
-            const size_t bit = x * size_t(bits);
-            row[x] = wert_[(src[bit >> 3] >> (8 - bits - int(bit & 7))) & maske];
+    switch (zeilenart_) {
+        case kKopie:
+            std::memcpy(row, src, w * size_t(bpp_));
+            break;
+        case kAuswahl: {
+            const size_t b = size_t(bits / 8);
+            for (size_t x = 0; x < w; ++x) std::memcpy(row + x * k * b, src + x * spp * b, k * b);
+            break;
         }
+        case kKlein:
+            for (size_t x = 0; x < w; ++x) row[x] = wert_[bits_bei(src, x * spp * size_t(bits), bits)];
+            break;
+        case kWeit:
+            for (size_t x = 0; x < w; ++x)
+                for (size_t c = 0; c < k; ++c) bild::put_le16(row + 2 * (x * k + c), bits_bei(src, (x * spp + c) * size_t(bits), bits));
+            break;
+        case kCmyk:
+            // R = (255 - C) (255 - K) / 255, rounded (no product is an exact
+            // half), and so G from M and B from Y.
+            for (size_t x = 0; x < w; ++x) {
+                const unsigned char* p = src + 4 * x;
+                const unsigned schwarz = 255u - p[3];
+                for (size_t c = 0; c < 3; ++c) row[3 * x + c] = uint8_t(((255u - p[c]) * schwarz + 127) / 255);
+            }
+            break;
+        default:
+            break;
     }
     ++zeile_;
+    return 0;
+}
+
+// Chunky strips laid out like the image's rows decode straight into them,
+// with no band in between; uncompressed strips that follow each other in
+// the file come in with one read.
+int CTiff::lies_direkt(CBILD* image) {
+    const size_t zeile = size_t(breite_) * size_t(bpp_);
+    const auto* d = static_cast<const Dekoder*>(dekoder_);
+    for (uint32_t s = 0; s < runter_;) {
+        const uint32_t y = s * seghoehe_;
+        uint32_t zeilen = uint32_t(std::min<uint64_t>(seghoehe_, uint64_t(hoehe_) - y));
+        unsigned char* ziel = image->zeile[y];
+        if (d->entpacken) {
+            const int r = lies_segment(s, ziel, zeilen);
+            if (r != 0) return r;
+            ++s;
+        } else {
+            // Strips whose bytes follow each other: one read for all of them.
+            uint32_t e = s + 1;
+            uint64_t ende = segoffset_[s] + uint64_t(zeilen) * zeile;
+            if (seglaenge_[s] < uint64_t(zeilen) * zeile) return 3;
+            for (; e < runter_ && segoffset_[e] == ende; ++e) {
+                const uint32_t z = uint32_t(std::min<uint64_t>(seghoehe_, uint64_t(hoehe_) - uint64_t(e) * seghoehe_));
+                if (seglaenge_[e] < uint64_t(z) * zeile) break;
+                zeilen += z;
+                ende += uint64_t(z) * zeile;
+            }
+            if (lies_roh(segoffset_[s], ziel, size_t(zeilen) * zeile) != 0) return 3;
+            nachbearbeiten(ziel, zeilen);
+            s = e;
+        }
+        zeile_ = int(y + zeilen);
+    }
     return 0;
 }
 
@@ -423,6 +596,7 @@ int CTiff::eintiff2() {
     roh_ = {};
     segoffset_ = {};
     seglaenge_ = {};
+    jpegtabellen_ = {};
     return ok ? 0 : 3;
 }
 
@@ -437,7 +611,16 @@ int CTiff::lesen(const wchar_t* name, CBILD* image) {
             std::fill(image->palette, image->palette + 256, 0u);
             std::copy(palette_.begin(), palette_.end(), image->palette);
         }
-        for (int y = 0; y < hoehe_ && result == 0; ++y) result = eintiff1(image->zeile[y]);
+        // The image's own rows follow each other in memory.
+        bool folgend = direkt_ && image->puffer;
+        const size_t zeile = size_t(breite_) * size_t(bpp_);
+        for (int y = 0; folgend && y < hoehe_; ++y) folgend = image->zeile[y] == image->puffer + size_t(y) * zeile;
+        if (folgend) {
+            band_ = {};
+            result = lies_direkt(image);
+        } else {
+            for (int y = 0; y < hoehe_ && result == 0; ++y) result = eintiff1(image->zeile[y]);
+        }
     }
     if (eintiff2() != 0) result = 3;
     return result;

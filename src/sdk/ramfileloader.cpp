@@ -3,6 +3,7 @@
 #include <cstdio>
 #include <new>
 
+#include "app/dateiname.h"
 #include "files/datei.h"
 
 namespace Utils {
@@ -14,7 +15,7 @@ RamFileLoader::~RamFileLoader() {
 int RamFileLoader::loadFile(const char* name, unsigned int maxSize, void* buffer) {
     if (groesse_ != 0 || daten_) return E_RAM_FILE_LOADER_FILE_LOADED;
     bild::Datei datei;
-    datei.setzen(name ? std::fopen(name, "rb") : nullptr);
+    datei.setzen(bild::oeffne(name, "rb"));
     if (!datei) return E_RAM_FILE_LOADER_OPEN_FILE;
 
     int64_t groesse = 0;

@@ -1,5 +1,12 @@
+# Directories from GNUInstallDirs: with -DCMAKE_INSTALL_PREFIX=/usr (the
+# packaging build) the library and its package files go to Debian's
+# multiarch folder, lib/<triplet>; with any other prefix to lib.
 include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
+
+# Consumers of Bild::bild compile with C++17 or later (the headers need it);
+# the exported target says "at least", never one fixed standard.
+target_compile_features(bild PUBLIC cxx_std_17)
 
 install(TARGETS bildconv RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
 install(TARGETS bild EXPORT BildTargets ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR})
@@ -18,6 +25,7 @@ install(FILES ${PROJECT_BINARY_DIR}/BildConfig.cmake ${PROJECT_BINARY_DIR}/BildC
         DESTINATION ${BILD_CMAKE_DIR})
 
 file(RELATIVE_PATH BILD_PC_UP "/p/${CMAKE_INSTALL_LIBDIR}/pkgconfig" "/p")
+string(REGEX REPLACE "/$" "" BILD_PC_UP "${BILD_PC_UP}")
 configure_file(${PROJECT_SOURCE_DIR}/cmake/bild.pc.in ${PROJECT_BINARY_DIR}/bild.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/bild.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 
@@ -31,5 +39,9 @@ set(CPACK_DEBIAN_PACKAGE_SECTION graphics)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
+if(NOT CMAKE_INSTALL_PREFIX STREQUAL "/usr")
+  message(VERBOSE "A .deb made from this build would put the library in /usr/${CMAKE_INSTALL_LIBDIR}: "
+                 "configure the packaging build with -DCMAKE_INSTALL_PREFIX=/usr")
+endif()
 set(CPACK_GENERATOR DEB)
 include(CPack)

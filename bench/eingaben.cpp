@@ -2,8 +2,10 @@
 //   eingaben FOLDER
 // makes FOLDER/big24.bmp (8000 x 6000, 24-bit, bottom-up), FOLDER/big8.bmp
 // (the same size, 8-bit), FOLDER/bigraw16.raw (8000 x 6000, 16-bit raw) and
-// FOLDER/batch/0000.bmp ... 1999.bmp (64 x 48, 24-bit). Exit status 1 when
-// any file could not be written.
+// FOLDER/batch/0000.bmp ... 1999.bmp (64 x 48, 24-bit), and the sources of
+// the TIFF cases, FOLDER/foto24.tif (6000 x 4000 RGB) and FOLDER/foto16.tif
+// (6000 x 4000 16-bit gray), which bench/run.sh recompresses with tiffcp.
+// Exit status 1 when any file could not be written.
 #include <cstdio>
 #include <string>
 
@@ -30,6 +32,19 @@ void fuellen(CBILD& b, int breite, int hoehe, int bpp, uint32_t saat) {
         }
 }
 
+// 16-bit samples as a camera gives them: smooth, with noise in the low bits.
+void fuellen16(CBILD& b, int breite, int hoehe, uint32_t saat) {
+    b.speicher(breite, hoehe, 2);
+    b.flag = 0;
+    for (int y = 0; y < hoehe; ++y)
+        for (int x = 0; x < breite; ++x) {
+            saat = saat * 1103515245u + 12345u;
+            const uint32_t v = uint32_t(x * 7 + y * 5) + ((saat >> 16) & 63);
+            b.zeile[y][2 * x] = (unsigned char)v;
+            b.zeile[y][2 * x + 1] = (unsigned char)(v >> 8);
+        }
+}
+
 bool speichern(CBILD& b, const std::string& name) {
     if (b.bildspeich(breit(name).c_str()) == 0) return true;
     std::fprintf(stderr, "eingaben: cannot write %s\n", name.c_str());
@@ -52,6 +67,11 @@ int main(int argc, char** argv) {
     ok = speichern(b, ordner + "/big8.bmp") && ok;
     fuellen(b, kGrossBreite, kGrossHoehe, 2, 3);
     ok = speichern(b, ordner + "/bigraw16.raw") && ok;
+    fuellen(b, 6000, 4000, 3, 4);
+    b.flag = 4;
+    ok = speichern(b, ordner + "/foto24.tif") && ok;
+    fuellen16(b, 6000, 4000, 5);
+    ok = speichern(b, ordner + "/foto16.tif") && ok;
     for (int i = 0; i < kKleinAnzahl; ++i) {
         fuellen(b, kKleinBreite, kKleinHoehe, 3, uint32_t(100 + i));
         char name[32];

@@ -7,8 +7,10 @@ run alternately (the order flips each round), on a warm page cache, with the
 outputs removed before each run outside the timed part, so both sides create
 fresh files. Prints one table of medians and ratios, then the peers (other
 converters, when installed) against cat in the same run, then peak resident
-memory measured with /usr/bin/time -f %M. CASES (comma-separated: big24,
-big8, bigraw16, batch, peers) limits the run to those parts.
+memory measured with /usr/bin/time -f %M. Then the TIFF inputs (recompressed
+by libtiff's tiffcp from the sources eingaben made) against tiffcp -c none
+doing the same job on the same file. CASES (comma-separated: big24, big8,
+bigraw16, batch, peers, tiff) limits the run to those parts.
 """
 import os
 import shutil
@@ -115,7 +117,98 @@ def big(name, pixel_bytes):
     return ours, ref, pixel_bytes
 
 
+# TIFF cases: name, source, tiffcp options that make the input, target ratio
+# to tiffcp -c none. Strips of 64 rows unless said otherwise.
+TIFF_CASES = [
+    ("uncompressed", "foto24.tif", "-c none -r 64", 1.3),
+    ("PackBits", "foto24.tif", "-c packbits -r 64", 1.0),
+    ("LZW", "foto24.tif", "-c lzw -r 64", 1.0),
+    ("LZW, predictor", "foto24.tif", "-c lzw:2 -r 64", 1.0),
+    ("Deflate", "foto24.tif", "-c zip -r 64", 1.0),
+    ("Deflate, predictor", "foto24.tif", "-c zip:2 -r 64", 1.0),
+    ("Deflate, 256 x 256 tiles", "foto24.tif", "-c zip -t -w 256 -l 256", 1.0),
+    ("16-bit gray, Deflate, predictor", "foto16.tif", "-c zip:2 -r 64", 1.0),
+    ("LZW, strips of one row", "foto24.tif", "-c lzw -r 1", 1.0),
+    ("JPEG (YCbCr 4:2:0)", "foto24.tif", "-c jpeg -r 64", 2.0),
+    ("Group 4 fax page 2550 x 3300", "seite.tif", "-c g4", 1.0),
+]
+
+# A scanned-text-like page: lines of word-sized black blots on white.
+SEITE = """
+import random, sys
+from PIL import Image, ImageDraw
+random.seed(7)
+im = Image.new('1', (2550, 3300), 1)
+d = ImageDraw.Draw(im)
+for y in range(200, 3100, 60):
+    x = 200
+    while x < 2300:
+        w = random.randint(20, 120)
+        for k in range(0, w, 9):
+            d.rectangle([x + k, y + random.randint(0, 8), x + k + 5, y + 30 + random.randint(0, 8)], fill=0)
+        x += w + 25
+im.save(sys.argv[1])
+"""
+
+
+def tiff_cases():
+    tiffcp = shutil.which("tiffcp")
+    if not tiffcp:
+        out("TIFF cases skipped: tiffcp (libtiff-tools) not installed")
+        return []
+    seite = os.path.join(DATA, "seite.tif")
+    if subprocess.run(["/usr/bin/python3", "-c", SEITE, seite]).returncode != 0:
+        out("Group 4 case skipped: Pillow not installed")
+    cases = []
+    for i, (name, source, options, target) in enumerate(TIFF_CASES):
+        src = os.path.join(DATA, source)
+        if not os.path.exists(src):
+            continue
+        inp = os.path.join(DATA, f"t{i}.tif")
+        subprocess.run([tiffcp, *options.split(), src, inp], check=True)
+        info = subprocess.run(["tiffinfo", inp], capture_output=True, text=True).stdout
+        w = int(info.split("Image Width: ")[1].split()[0])
+        h = int(info.split("Image Length: ")[1].split()[0])
+        spp = int(info.split("Samples/Pixel: ")[1].split()[0]) if "Samples/Pixel: " in info else 1
+        bits = int(info.split("Bits/Sample: ")[1].split()[0])
+        pixel_bytes = w * h * (spp if bits == 1 else spp * bits // 8)
+        tif, ref_out = inp + ".tif", inp + ".ref.tif"
+        ours = Task("bildconv " + name, [BILDCONV, os.path.basename(inp)], cwd=DATA,
+                    clean=lambda tif=tif: remove(tif))
+        ref = Task("tiffcp " + name, [tiffcp, "-c", "none", inp, ref_out], clean=lambda r=ref_out: remove(r))
+        cases.append((name, ours, ref, pixel_bytes, os.path.getsize(inp), target, [inp, tif, ref_out]))
+    return cases
+
+
+def tiff_part():
+    cases = tiff_cases()
+    if not cases:
+        return True
+    warm([c[6][0] for c in cases])
+    out()
+    out(f"TIFF input against libtiff's tiffcp -c none on the same file: medians of {RUNS} alternating runs")
+    out()
+    out("| input (6000 x 4000 RGB unless said) | MB | bildconv ms | tiffcp ms | ratio | target | peak RSS MiB | memory limit MiB |")
+    out("| --- | ---: | ---: | ---: | ---: | ---: | ---: | ---: |")
+    results = []
+    for name, ours, ref, pixel_bytes, size, target, files in cases:
+        a, b = pair(ours, ref, RUNS)
+        rss = ours.peak_kib() / 1024
+        limit = pixel_bytes / MIB + 8
+        results.append(a / b <= target and rss <= limit)
+        out(f"| {name} | {size / 1e6:.1f} | {a * 1000:.1f} | {b * 1000:.1f} | {a / b:.2f}x | {target}x | "
+            f"{rss:.1f} | {limit:.1f} |")
+        for f in files:
+            remove(f)
+    out()
+    out("TIFF targets (ratio and memory): " + ("all met" if all(results) else "NOT all met"))
+    return all(results)
+
+
 def main():
+    if ONLY == ["tiff"]:
+        tiff_part()
+        return
     px = 8000 * 6000
     cases = [
         ("big24", *big("big24.bmp", 3 * px), "cat", 1.5),
@@ -176,6 +269,8 @@ def main():
     out()
     out("targets (ratio and memory): " + ("all met" if all(results) else "NOT all met"))
 
+    if not ONLY or "tiff" in ONLY:
+        tiff_part()
     if ONLY and "peers" not in ONLY:
         return
     out()

@@ -30,6 +30,11 @@ peers=()
 [ -x /usr/bin/gm ] || peers+=(graphicsmagick)
 [ -x /usr/bin/bmptopnm ] && [ -x /usr/bin/pamtotiff ] || peers+=(netpbm)
 /usr/bin/python3 -c 'import PIL' 2>/dev/null || peers+=(python3-pil)
+# libtiff's tools make the TIFF inputs and are the reference for them; zlib
+# and libtiff are the references of the decoder benchmarks.
+command -v tiffcp >/dev/null || peers+=(libtiff-tools)
+[ -e /usr/include/zlib.h ] || peers+=(zlib1g-dev)
+[ -e /usr/include/x86_64-linux-gnu/tiffio.h ] || [ -e /usr/include/tiffio.h ] || peers+=(libtiff-dev)
 if [ ${#need[@]} -gt 0 ] || [ ${#peers[@]} -gt 0 ]; then
   if [ "$(id -u)" = 0 ] && command -v apt-get >/dev/null; then
     export DEBIAN_FRONTEND=noninteractive
@@ -46,7 +51,10 @@ fi
 
 # ---- build and inputs ----------------------------------------------------
 cmake -S . -B $BUILD -DCMAKE_BUILD_TYPE=Release -DBILD_TESTS=OFF >/dev/null
-cmake --build $BUILD -j2 --target bildconv eingaben boden bench_kerne >/dev/null
+decoders=""
+for d in inflate lzw ccitt jpeg; do [ -f "bench/bench_$d.cpp" ] && decoders="$decoders bench_$d"; done
+# shellcheck disable=SC2086
+cmake --build $BUILD -j2 --target bildconv eingaben boden bench_kerne $decoders >/dev/null
 rm -rf $DATA
 mkdir -p $DATA/batch
 $BUILD/eingaben $DATA
@@ -67,3 +75,11 @@ for b in json.load(sys.stdin)["benchmarks"]:
         continue
     name, gbs = b["run_name"], b["bytes_per_second"] / 1e9
     print(f"  {name:<28} {gbs:6.2f}" + ("" if gbs >= 2 else "  BELOW TARGET"))'
+
+echo
+echo "Decoders alone against the references on the same data (zlib's inflate, libtiff's LZW and"
+echo "fax decoding), one core, medians of 3:"
+for d in $decoders; do
+  $BUILD/$d --benchmark_min_time=0.2 --benchmark_repetitions=3 --benchmark_report_aggregates_only=true 2>/dev/null |
+    grep -E '_median|^-|^Benchmark' || true
+done

@@ -1,6 +1,7 @@
 // Builders of image file bytes from a few parameters, shared by the tests
 // and the fuzz seed generator (no test framework in here).
 #pragma once
+#include <cstddef>
 #include <cstdint>
 #include <vector>
 

@@ -275,3 +275,92 @@ for n in namen:
     }
     EXPECT_GE(anzahl, 30);
 }
+
+// ---- the kinds scanners and cameras write ---------------------------------
+
+TEST_F(Tiff, DepthsExtraSamplesAndCmykMapOnce) {
+    struct Fall {
+        const char* was;
+        TiffBau t;
+        int bpp, flag;
+        Bytes zeile;  // row 0 of the image
+    };
+    auto bau = [](uint32_t w, int bits, int spp, int photo, Bytes d) { return TiffBau::bild(w, 1, bits, spp, photo, std::move(d)); };
+    TiffBau palette = bau(2, 8, 2, 3, {3, 200, 4, 200});
+    palette.feld(320, 3, std::vector<uint64_t>(768, 0));
+    TiffBau planar = TiffBau::bild(2, 1, 8, 2, 1, {});
+    planar.feld(284, 3, {2});
+    planar.segmente = {{7, 9}, {99, 99}};
+    TiffBau fremde_tinte = bau(1, 8, 4, 5, {1, 2, 3, 4});
+    fremde_tinte.feld(332, 3, {2});
+    const Fall faelle[] = {
+        // 2 bits: the level in the top bits; WhiteIsZero inverted first.
+        {"2-bit", bau(4, 2, 1, 1, {0x1B}), 1, 0, {0, 64, 128, 192}},
+        {"2-bit white is zero", bau(4, 2, 1, 0, {0x1B}), 1, 0, {192, 128, 64, 0}},
+        // 9 to 15 bits: 16-bit samples with the values as stored.
+        {"12-bit", bau(2, 12, 1, 1, {0xAB, 0xC1, 0x23}), 2, 0, {0xBC, 0x0A, 0x23, 0x01}},
+        {"12-bit white is zero", bau(1, 12, 1, 0, {0x00, 0x10}), 2, 0, {0xFE, 0x0F}},
+        {"12-bit RGB + alpha", bau(1, 12, 4, 2, {0x00, 0x1F, 0xFF, 0x80, 0x05, 0x55}), 6, 4,
+         {0x01, 0x00, 0xFF, 0x0F, 0x00, 0x08}},
+        {"9-bit", bau(3, 9, 1, 1, {0xFF, 0x80, 0x0F, 0xFF}), 2, 0, {0xFF, 0x01, 0x00, 0x00, 0x7F, 0x00}},
+        // Extra samples dropped: gray, palette, 16-bit RGB, planar gray.
+        {"gray + alpha", bau(2, 8, 2, 1, {10, 99, 20, 99}), 1, 0, {10, 20}},
+        {"palette + alpha", palette, 1, 0, {3, 4}},
+        {"16-bit RGBA", bau(1, 16, 4, 2, {1, 2, 3, 4, 5, 6, 7, 8}), 6, 4, {1, 2, 3, 4, 5, 6}},
+        {"planar gray + alpha", planar, 1, 0, {7, 9}},
+        // CMYK: R = (255 - C)(255 - K) / 255 rounded.
+        {"CMYK", bau(2, 8, 4, 5, {0, 0, 0, 0, 255, 128, 0, 64}), 3, 4, {255, 255, 255, 0, 95, 191}},
+        {"CMYK of another ink set", fremde_tinte, 0, 0, {}},
+        {"CMYK + alpha", bau(1, 8, 5, 5, {1, 2, 3, 4, 5}), 0, 0, {}},
+        {"3-bit", bau(8, 3, 1, 1, {0, 0, 0}), 0, 0, {}},
+    };
+    for (const Fall& f : faelle) {
+        CBILD b(0, 0);
+        const int r = lies(f.t.bau(), b);
+        ASSERT_EQ(r, f.bpp ? 0 : 12) << f.was;
+        if (r) continue;
+        EXPECT_EQ(std::vector<int>({b.bpp, b.flag, b.farbe32}), std::vector<int>({f.bpp, f.flag, 0})) << f.was;
+        EXPECT_EQ(Bytes(b.zeile[0], b.zeile[0] + b.breite * b.bpp), f.zeile) << f.was;
+    }
+}
+
+TEST_F(Tiff, FaxAndJpegFilesOfLibtiff) {
+    if (laufe("command -v tiffcp").empty()) GTEST_SKIP() << "tiffcp (libtiff-tools) not installed";
+    // Fax: pixel for pixel the 1-bit source, whichever coding and bit order.
+    Bytes bits((37 + 7) / 8 * 45);
+    for (size_t i = 0; i < bits.size(); ++i) bits[i] = uint8_t(probe(int(i), 3, 1, 8) & (i % 5 ? 0xF0 : 0xFF));
+    for (int photo : {0, 1}) {
+        schreib_datei(pfad("s.tif"), TiffBau::bild(37, 45, 1, 1, photo, bits).bau());
+        CBILD quelle(0, 0), b(0, 0);
+        ASSERT_EQ(quelle.bildlese(wpfad("s.tif").c_str()), 0);
+        for (const char* o : {"-c g3", "-c g3:2d", "-c g3:2d:fill", "-c g4", "-c g4 -f lsb2msb", "-c g4 -r 7",
+                              "-c g3 -t -w 32 -l 16"}) {
+            laufe("tiffcp " + std::string(o) + " '" + pfad("s.tif") + "' '" + pfad("f.tif") + "' 2>&1");
+            ASSERT_EQ(b.bildlese(wpfad("f.tif").c_str()), 0) << o;
+            EXPECT_EQ(0, std::memcmp(quelle.puffer, b.puffer, quelle.puffergroesse)) << photo << " " << o;
+        }
+    }
+    // JPEG: within what decoders differ of libtiff's own decoding.
+    CBILD farbe(0, 0);
+    muster_bild(farbe, 61, 47, 3, 4);
+    for (int y = 0; y < 47; ++y)  // smooth, as photos are, with some noise
+        for (int x = 0; x < 61 * 3; ++x) farbe.zeile[y][x] = uint8_t(x + 2 * y + probe(x, y, 0, 3));
+    schreibe(farbe, "f.tif");
+    struct Art { const char* optionen; int bpp; };
+    for (Art a : {Art{"-c jpeg -r 16", 3}, {"-c jpeg:r -r 16", 3}, {"-c jpeg -t -w 32 -l 16", 3}, {"-c jpeg:r -r 8", 3}}) {
+        laufe("tiffcp " + std::string(a.optionen) + " '" + pfad("f.tif") + "' '" + pfad("j.tif") + "' 2>&1 && tiffcp -c none '" +
+              pfad("j.tif") + "' '" + pfad("r.tif") + "'");
+        CBILD j(0, 0), r(0, 0);
+        ASSERT_EQ(j.bildlese(wpfad("j.tif").c_str()), 0) << a.optionen;
+        ASSERT_EQ(r.bildlese(wpfad("r.tif").c_str()), 0) << a.optionen;
+        ASSERT_EQ(std::vector<int>({j.breite, j.hoehe, j.bpp, j.flag}), std::vector<int>({61, 47, a.bpp, 4}));
+        double summe = 0;
+        for (uint32_t i = 0; i < j.puffergroesse; ++i) summe += (j.puffer[i] - r.puffer[i]) * (j.puffer[i] - r.puffer[i]);
+        EXPECT_LT(summe / j.puffergroesse, 255.0 * 255.0 / 1e4) << a.optionen;  // PSNR above 40 dB
+    }
+    // Old-style JPEG and a damaged stream.
+    Bytes j = lies_datei(pfad("j.tif"));
+    for (size_t i = 200; i < j.size() - 200; i += 7) j[i] ^= 0x55;
+    CBILD b(0, 0);
+    EXPECT_EQ(lies(j, b), 3);
+}

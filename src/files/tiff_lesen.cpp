@@ -13,7 +13,9 @@
 
 #include "app/dateiname.h"
 #include "bild/groesse.h"
+#include "files/codec/ccitt.h"
 #include "files/codec/inflate.h"
+#include "files/codec/jpeg.h"
 #include "files/codec/lzw.h"
 #include "files/codec/packbits.h"
 #include "files/tiff.h"
@@ -38,6 +40,7 @@ struct Auftrag {
     unsigned char* ziel;
     size_t zeilenbytes;      // bytes of one decoded row of the segment
     uint32_t breite, zeilen;  // pixels of a segment row; rows wanted
+    uint32_t art;             // the compression
     uint32_t optionen;        // T4Options or T6Options
     const std::vector<unsigned char>* tabellen;  // JPEGTables
     bool ycbcr;
@@ -50,21 +53,42 @@ bool bytestrom(const Auftrag& a) {
     return F(a.quelle, a.n, a.ziel, kap) == int64_t(kap);
 }
 
+bool ccitt(const Auftrag& a) {
+    return bild::ccitt_entpacken(a.quelle, a.n, int(a.art), a.optionen, a.breite, a.zeilen, a.ziel, a.zeilenbytes) ==
+           int64_t(a.zeilen);
+}
+
+bool jpeg(const Auftrag& a) {
+    const std::vector<unsigned char>& t = *a.tabellen;
+    return bild::jpeg_entpacken(t.data(), t.size(), a.quelle, a.n, a.ycbcr, a.ziel, a.zeilenbytes, a.breite, a.zeilen,
+                                a.kanaele, nullptr) == 0;
+}
+
+// A blank fax row is one bit whatever its width; a row of 8192 bytes per
+// byte of data (65536 pixels) covers a blank page at 1200 dpi.
+constexpr uint64_t kCcittAusdehnung = 8192;
+
 // The compressions the reader decodes. `ausdehnung` is the most output bytes
 // one input byte can give; with `zeilen_pro_byte` a row costs a fraction of
-// a byte whatever its width, which bounds the rows too. Uncompressed data
-// (no decoder) is read straight into place.
+// a byte whatever its width, which bounds the rows too. `bilddaten`: the
+// decoder gives finished samples (no byte order or predictor of the file's
+// to undo). Uncompressed data (no decoder) is read straight into place.
 struct Dekoder {
     uint32_t kompression;
     uint64_t ausdehnung, zeilen_pro_byte;
+    bool bilddaten;
     bool (*entpacken)(const Auftrag&);
 };
 constexpr Dekoder kDekoder[] = {
-    {Keine, 1, 0, nullptr},
-    {PackBits, bild::kPackBitsAusdehnung, 0, bytestrom<bild::packbits_entpacken>},
-    {Lzw, bild::kLzwAusdehnung, 0, bytestrom<bild::lzw_entpacken>},
-    {Deflate, bild::kInflateAusdehnung, 0, bytestrom<bild::inflate_entpacken>},
-    {DeflateAlt, bild::kInflateAusdehnung, 0, bytestrom<bild::inflate_entpacken>},
+    {Keine, 1, 0, false, nullptr},
+    {PackBits, bild::kPackBitsAusdehnung, 0, false, bytestrom<bild::packbits_entpacken>},
+    {Lzw, bild::kLzwAusdehnung, 0, false, bytestrom<bild::lzw_entpacken>},
+    {Deflate, bild::kInflateAusdehnung, 0, false, bytestrom<bild::inflate_entpacken>},
+    {DeflateAlt, bild::kInflateAusdehnung, 0, false, bytestrom<bild::inflate_entpacken>},
+    {CcittMh, kCcittAusdehnung, bild::kCcittZeilenProByte, true, ccitt},
+    {CcittG3, kCcittAusdehnung, bild::kCcittZeilenProByte, true, ccitt},
+    {CcittG4, kCcittAusdehnung, bild::kCcittZeilenProByte, true, ccitt},
+    {Jpeg, bild::kJpegAusdehnung, 0, true, jpeg},
 };
 
 const Dekoder* dekoder_von(uint64_t kompression) {
@@ -310,8 +334,23 @@ int CTiff::eintiff0(const wchar_t* name) {
     if (!dekoder) return 12;
     dekoder_ = dekoder;
     if (format != 1 || spp > 4 || (planar != 1 && planar != 2) || w > INT_MAX || h > INT_MAX) return 12;
-    // The predictor works on whole samples of 8, 16 or 32 bits.
-    if (praediktor_ != 1 && (praediktor_ != 2 || (bits != 8 && bits != 16 && bits != 32))) return 12;
+    // The predictor works on whole samples of 8, 16 or 32 bits; fax and JPEG
+    // data have none (a tag there is ignored, as other readers do).
+    if (!dekoder->bilddaten && praediktor_ != 1 && (praediktor_ != 2 || (bits != 8 && bits != 16 && bits != 32)))
+        return 12;
+    // Fax data is bilevel gray; JPEG data 8-bit gray or three samples
+    // (YCbCr turned into RGB, or RGB), interleaved.
+    const bool fax = kompression_ == CcittMh || kompression_ == CcittG3 || kompression_ == CcittG4;
+    if (fax && (bits != 1 || spp != 1)) return 12;
+    optionen_ = uint32_t(v.wert(kompression_ == CcittG4 ? T6Options : T4Options, 0));
+    if (fax && (optionen_ & 2)) return 12;  // uncompressed mode
+    ycbcr_ = photo == YCbCr;
+    jpegtabellen_.clear();
+    if (kompression_ == Jpeg) {
+        if (bits != 8 || (spp != 1 && spp != 3) || planar != 1) return 12;
+        if (v.hat(JpegTables)) jpegtabellen_ = v.roh(JpegTables, dateigroesse_);
+    }
+    if (v.kaputt) return 3;
     flag_ = 0;
     farbe32_ = 0;
     palette_.clear();
@@ -343,6 +382,10 @@ int CTiff::eintiff0(const wchar_t* name) {
         bpp_ = behalten_ * int(bits > 8 ? 2 : 1);
         flag_ = 4;
         farbe32_ = behalten_ == 4 ? 256 : 0;
+    } else if (photo == YCbCr && kompression_ == Jpeg && spp == 3) {
+        bpp_ = 3;
+        flag_ = 4;
+        behalten_ = 3;
     } else if (photo == Cmyk && spp == 4 && bits == 8 && v.wert(InkSet, 1) == 1) {
         bpp_ = 3;
         flag_ = 4;
@@ -446,9 +489,7 @@ int CTiff::lies_roh(uint64_t offset, unsigned char* ziel, size_t n) {
 void CTiff::nachbearbeiten(unsigned char* ziel, size_t zeilen) {
     const size_t erwartet = zeilen * segzeile_;
     const int bytes = bitspersample_ % 8 == 0 ? bitspersample_ / 8 : 0;
-    const auto* d = static_cast<const Dekoder*>(dekoder_);
-    const bool bildcodec = d->kompression == Jpeg || d->kompression == CcittMh || d->kompression == CcittG3 ||
-                           d->kompression == CcittG4;
+    const bool bildcodec = static_cast<const Dekoder*>(dekoder_)->bilddaten;
     if (ordnung_.big && bytes > 1 && !bildcodec)
         for (size_t i = 0; i + size_t(bytes) <= erwartet; i += size_t(bytes)) std::reverse(ziel + i, ziel + i + bytes);
     if (praediktor_ == 2 && !bildcodec) {
@@ -474,8 +515,8 @@ int CTiff::lies_segment(size_t index, unsigned char* ziel, uint32_t zeilen) {
     } else {
         roh_.resize(size_t(n));
         if (lies_roh(offset, roh_.data(), roh_.size()) != 0) return 3;
-        const Auftrag a{roh_.data(), roh_.size(), ziel, segzeile_, segbreite_, zeilen,
-                        optionen_, &jpegtabellen_, ycbcr_, bandspp_};
+        const Auftrag a{roh_.data(), roh_.size(), ziel,          segzeile_, segbreite_, zeilen,
+                        kompression_, optionen_,  &jpegtabellen_, ycbcr_,   bandspp_};
         if (!d->entpacken(a)) return 3;
     }
     nachbearbeiten(ziel, zeilen);

@@ -1,16 +1,34 @@
 // Deflate (RFC 1951) inside a zlib stream (RFC 1950), for TIFF compression
-// 8 and 32946. Canonical Huffman codes are decoded a bit at a time from the
-// count of codes per length: small and plainly bounded. Output stops at kap;
-// a match never reaches before the start of the output.
+// 8 and 32946.
+//
+// Speed comes from three things. Input is read into a 64-bit bit buffer a
+// word at a time. Each Huffman code is resolved by one table lookup (two for
+// the rare codes longer than the first-level table), and the entry already
+// carries the literal, or the base and the extra-bit count of a length or
+// distance. And a fast loop runs while so much input and output remain that
+// no symbol can run off either end, so it checks neither; it copies matches
+// a word at a time. Everything else (the last bytes of input or output, block
+// headers, stored blocks) goes through a careful reader that checks each bit
+// and treats the bits past the end as zeros.
+//
+// Results are those of the bit-at-a-time decoder that came before, on every
+// input, so every strip that decoded before decodes to the same bytes:
+// output stops at kap; data that runs out ends the strip with what is there;
+// a code the table does not have, a distance before the start of the output,
+// a bad block header give -1. Where the data runs out inside a symbol the
+// careful reader does what the bitwise one did, step by step: a read that
+// does not fit takes nothing and gives 0, later reads see the bits that are
+// left and zeros after them.
 #include <algorithm>
 #include <cstring>
 
+#include "bild/bytes.h"
 #include "files/codec/inflate.h"
 
 namespace bild {
 namespace {
 
-constexpr int kMaxBits = 15;
+constexpr unsigned kMaxBits = 15;
 
 // Base values and extra bits of length codes 257..285 and distance codes 0..29.
 constexpr uint16_t kLaengeBasis[29] = {3,  4,  5,  6,  7,  8,  9,  10, 11,  13,  15,  17,  19,  23, 27,
@@ -25,181 +43,455 @@ constexpr uint8_t kAbstandExtra[30] = {0, 0, 0, 0, 1, 1, 2, 2,  3,  3,  4,  4,  
 // Order in which a dynamic block sends the code lengths of the code-length code.
 constexpr uint8_t kReihenfolge[19] = {16, 17, 18, 0, 8, 7, 9, 6, 10, 5, 11, 4, 12, 3, 13, 2, 14, 1, 15};
 
-struct Bitstrom {
-    const unsigned char* q;
-    size_t n, i = 0;
-    uint32_t puffer = 0;
-    int anzahl = 0;
-    bool leer = false;  // read past the end: every later value is 0
+// A table entry: bits 0..3 the bits this lookup consumes (4 and 5 stay zero,
+// so the entry itself can be a shift count), 6 and 7 and 12..14 the kind,
+// 8..11 the extra bits that follow (or, for a pointer, the index bits of the
+// second-level table), 16..31 the value (literal, length or distance base,
+// second-level offset). Distance entries carry no kind unless bad or pointer.
+constexpr uint32_t kFalsch = 1u << 6;
+constexpr uint32_t kEnde = 1u << 7;
+constexpr uint32_t kLit = 1u << 12;
+constexpr uint32_t kLaenge = 1u << 13;
+constexpr uint32_t kZeiger = 1u << 14;
 
-    uint32_t bits(int k) {
-        while (anzahl < k) {
-            if (i >= n) {
-                leer = true;
-                return 0;
-            }
-            puffer |= uint32_t(q[i++]) << anzahl;
-            anzahl += 8;
+// First-level bits: 10 covers almost every literal/length code of real data
+// and keeps the table in 4 KiB; distances are fewer and spread less.
+constexpr unsigned kLBits = 10, kABits = 8, kCBits = 7;
+// Codes are dense from the all-zero code up, so every first-level slot that
+// holds longer codes is filled to its end except the last one. A full slot
+// whose longest code is k bits past the first level needs at least k + 1
+// codes for its 2^k entries; with 288 (30) symbols that bounds the second
+// level at 48 * 32 + 32 (3 * 128 + 32 + 128) entries.
+constexpr size_t kLPlatz = (1u << kLBits) + 48 * 32 + 32;
+constexpr size_t kAPlatz = (1u << kABits) + 3 * 128 + 32 + 128;
+constexpr size_t kCPlatz = 1u << kCBits;
+
+// A round of the fast loop writes at most a 258-byte match, and its word
+// copies up to 7 bytes past the match's end.
+constexpr size_t kAusRand = 258 + 8;
+// A round loads the 8 bytes at the read position and takes every bit it
+// uses from them (at most 48 after a refill to 56 or more): 8 bytes left
+// would do, 16 leave a margin.
+constexpr size_t kEinRand = 16;
+
+inline uint64_t lade64(const unsigned char* p) {
+#if defined(__BYTE_ORDER__) && __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__
+    uint64_t v;
+    std::memcpy(&v, p, 8);
+    return v;
+#else
+    return le64(p);
+#endif
+}
+
+inline void speichere64(unsigned char* p, uint64_t v) {
+#if defined(__BYTE_ORDER__) && __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__
+    std::memcpy(p, &v, 8);
+#else
+    put_le32(p, uint32_t(v));
+    put_le32(p + 4, uint32_t(v >> 32));
+#endif
+}
+
+inline void kopier8(unsigned char* z, const unsigned char* q) { std::memcpy(z, q, 8); }
+
+// Table entries without the code length, per symbol.
+struct Vorlagen {
+    uint32_t laenge[288], abstand[30], codelaenge[19];
+    uint8_t umkehr[256];  // a byte's bits in reverse order
+    constexpr Vorlagen() : laenge(), abstand(), codelaenge(), umkehr() {
+        for (unsigned s = 0; s < 288; ++s) {
+            if (s < 256) laenge[s] = kLit | s << 16;
+            else if (s == 256) laenge[s] = kEnde;
+            else if (s <= 285) laenge[s] = kLaenge | kLaengeExtra[s - 257] << 8 | uint32_t(kLaengeBasis[s - 257]) << 16;
+            else laenge[s] = kFalsch;  // 286 and 287 have fixed codes but no meaning
         }
-        const uint32_t v = puffer & ((1u << k) - 1);
-        puffer >>= k;
-        anzahl -= k;
-        return v;
+        for (unsigned s = 0; s < 30; ++s) abstand[s] = kAbstandExtra[s] << 8 | uint32_t(kAbstandBasis[s]) << 16;
+        for (unsigned s = 0; s < 19; ++s) codelaenge[s] = kLit | s << 16;
+        for (unsigned b = 0; b < 256; ++b)
+            for (unsigned k = 0; k < 8; ++k) umkehr[b] = uint8_t(umkehr[b] | ((b >> k) & 1u) << (7 - k));
     }
 };
+constexpr Vorlagen kVorlagen;
 
-struct Huffman {
-    uint16_t anzahl[kMaxBits + 1];  // codes per length
-    uint16_t symbol[288];           // symbols ordered by code
-};
-
-// Builds the code from `n` lengths; false for an over-subscribed set.
-// Incomplete codes are accepted: an unused code fails when it is met.
-bool baue(Huffman& h, const uint8_t* laengen, int n) {
-    std::memset(h.anzahl, 0, sizeof h.anzahl);
-    for (int s = 0; s < n; ++s) ++h.anzahl[laengen[s]];
+// Builds the lookup table for `n` code lengths; false for an over-subscribed
+// set. An incomplete set is accepted: its unused codes are entries marked
+// bad that claim all 15 bits, which is how far a bitwise search reads before
+// it gives up.
+bool baue(uint32_t* tab, size_t platz, unsigned tb, const uint32_t* vorlage, const uint8_t* laengen, unsigned n) {
+    uint16_t anzahl[kMaxBits + 1] = {};
+    for (unsigned s = 0; s < n; ++s) ++anzahl[laengen[s]];
     int frei = 1;
-    for (int l = 1; l <= kMaxBits; ++l) {
-        frei = 2 * frei - h.anzahl[l];
+    for (unsigned l = 1; l <= kMaxBits; ++l) {
+        frei = 2 * frei - anzahl[l];
         if (frei < 0) return false;
     }
+    // A complete code covers every entry; only gaps need marking.
+    const bool luecken = frei > 0;
+    // Symbols in code order: by length, then by symbol.
     uint16_t start[kMaxBits + 2];
     start[1] = 0;
-    for (int l = 1; l <= kMaxBits; ++l) start[l + 1] = uint16_t(start[l] + h.anzahl[l]);
-    for (int s = 0; s < n; ++s)
-        if (laengen[s]) h.symbol[start[laengen[s]]++] = uint16_t(s);
+    for (unsigned l = 1; l <= kMaxBits; ++l) start[l + 1] = uint16_t(start[l] + anzahl[l]);
+    const unsigned gesamt = start[kMaxBits + 1];
+    uint16_t folge[288];
+    for (unsigned s = 0; s < n; ++s)
+        if (laengen[s]) folge[start[laengen[s]]++] = uint16_t(s);
+
+    const uint32_t voll = 1u << tb;
+    if (luecken) std::fill(tab, tab + voll, kFalsch | kMaxBits);
+    // Codes are sent first bit first from their top bit: the table is indexed
+    // by the code reversed.
+    uint32_t umgekehrt[288];
+    uint8_t laenge_von[288];
+    unsigned code = 0, k = 0;
+    for (unsigned l = 1; l <= kMaxBits; ++l) {
+        code <<= 1;
+        for (unsigned j = 0; j < anzahl[l]; ++j, ++k, ++code) {
+            umgekehrt[k] = (uint32_t(kVorlagen.umkehr[code & 0xFF]) << 8 | kVorlagen.umkehr[code >> 8]) >> (16 - l);
+            laenge_von[k] = uint8_t(l);
+        }
+    }
+    size_t frei_ab = voll;
+    for (k = 0; k < gesamt;) {
+        const unsigned l = laenge_von[k];
+        if (l <= tb) {
+            const uint32_t e = vorlage[folge[k]] | l;
+            for (uint32_t i = umgekehrt[k]; i < voll; i += 1u << l) tab[i] = e;
+            ++k;
+            continue;
+        }
+        // A run of longer codes under one first-level slot; the last is the
+        // longest, and its length sets the size of the second-level table.
+        const uint32_t slot = umgekehrt[k] & (voll - 1);
+        unsigned ende = k + 1;
+        while (ende < gesamt && (umgekehrt[ende] & (voll - 1)) == slot) ++ende;
+        const unsigned sb = laenge_von[ende - 1] - tb;
+        const size_t groesse = size_t(1) << sb;
+        if (frei_ab + groesse > platz) return false;  // cannot happen, see kLPlatz
+        uint32_t* unter = tab + frei_ab;
+        if (luecken) std::fill(unter, unter + groesse, kFalsch | (kMaxBits - tb));
+        tab[slot] = kZeiger | sb << 8 | tb | uint32_t(frei_ab) << 16;
+        for (; k < ende; ++k) {
+            const unsigned lk = laenge_von[k] - tb;
+            const uint32_t ek = vorlage[folge[k]] | lk;
+            for (uint32_t i = umgekehrt[k] >> tb; i < groesse; i += 1u << lk) unter[i] = ek;
+        }
+        frei_ab += groesse;
+    }
     return true;
 }
 
-// Next symbol, or -1 for a code the table does not have.
-int dekodiere(Bitstrom& s, const Huffman& h) {
-    int code = 0, erster = 0, index = 0;
-    for (int l = 1; l <= kMaxBits; ++l) {
-        code |= int(s.bits(1));
-        const int anzahl = h.anzahl[l];
-        if (code - erster < anzahl) return h.symbol[index + code - erster];
-        index += anzahl;
-        erster = (erster + anzahl) << 1;
-        code <<= 1;
+// Looks up the code at the low bits of `b`; `bits` gets the whole length the
+// code takes (15 for a code the table does not have).
+inline uint32_t suche(const uint32_t* tab, unsigned tb, uint64_t b, unsigned& bits) {
+    uint32_t e = tab[b & ((1u << tb) - 1)];
+    bits = 0;
+    if (e & kZeiger) {
+        bits = tb;
+        e = tab[(e >> 16) + ((b >> tb) & ((1u << ((e >> 8) & 15)) - 1))];
     }
-    return -1;
+    bits += e & 15;
+    return e;
 }
 
-class Inflater {
-public:
-    Inflater(const unsigned char* q, size_t n, unsigned char* z, size_t kap) : s_{q, n}, z_(z), kap_(kap) {}
-
-    int64_t lauf() {
-        for (;;) {
-            const uint32_t letzter = s_.bits(1);
-            const uint32_t typ = s_.bits(2);
-            bool ok = false;
-            if (typ == 0) ok = gespeichert();
-            else if (typ == 1) ok = fest();
-            else if (typ == 2) ok = dynamisch();
-            if (!ok) return -1;
-            // A full buffer or data that ran out ends the strip; the caller
-            // judges a short one.
-            if (o_ == kap_ || s_.leer || letzter) return int64_t(o_);
-        }
-    }
-
-private:
-    Bitstrom s_;
-    unsigned char* z_;
-    size_t kap_, o_ = 0;
-    Huffman laenge_{}, abstand_{};
-
-    bool gespeichert() {
-        s_.puffer = 0;  // to the next byte boundary
-        s_.anzahl = 0;
-        if (s_.n - s_.i < 4) {
-            s_.leer = true;
-            return true;
-        }
-        const unsigned char* p = s_.q + s_.i;
-        const size_t len = size_t(p[0] | (p[1] << 8));
-        if ((len ^ size_t(p[2] | (p[3] << 8))) != 0xFFFF) return false;
-        s_.i += 4;
-        const size_t da = std::min(len, s_.n - s_.i);
-        const size_t anzahl = std::min(da, kap_ - o_);
-        if (anzahl) std::memcpy(z_ + o_, s_.q + s_.i, anzahl);  // z_ may be null when kap is 0
-        o_ += anzahl;
-        s_.i += da;
-        if (da < len) s_.leer = true;
-        return true;
-    }
-
-    bool fest() {
+struct FesteTabellen {
+    uint32_t laenge[kLPlatz];
+    uint32_t abstand[kAPlatz];
+    FesteTabellen() {
         uint8_t l[288 + 30];
         std::fill(l, l + 144, 8);
         std::fill(l + 144, l + 256, 9);
         std::fill(l + 256, l + 280, 7);
         std::fill(l + 280, l + 288, 8);
         std::fill(l + 288, l + 318, 5);
-        baue(laenge_, l, 288);
-        baue(abstand_, l + 288, 30);
-        return codes();
+        baue(laenge, kLPlatz, kLBits, kVorlagen.laenge, l, 288);
+        baue(abstand, kAPlatz, kABits, kVorlagen.abstand, l + 288, 30);
+    }
+};
+
+const FesteTabellen& feste() {
+    static const FesteTabellen t;
+    return t;
+}
+
+// A match of `len` bytes from `ab` back, with room for kAusRand bytes from o.
+inline unsigned char* kopiere(unsigned char* o, size_t ab, size_t len) {
+    unsigned char* const ende = o + len;
+    const unsigned char* s = o - ab;
+    if (ab >= 8) {
+        do {
+            kopier8(o, s);
+            o += 8;
+            s += 8;
+        } while (o < ende);
+    } else if (ab == 1) {
+        const uint64_t v = 0x0101010101010101ull * s[0];
+        do {
+            std::memcpy(o, &v, 8);
+            o += 8;
+        } while (o < ende);
+    } else {
+        // The first word is the ab bytes before o repeated (the word loaded
+        // there runs into bytes not written yet, which the mask drops); after
+        // it the pattern repeats at a multiple of its period of at least 8,
+        // which word copies can use.
+        const unsigned periode = unsigned(ab) * 8;
+        const uint64_t muster = lade64(s) & ((uint64_t(1) << periode) - 1);
+        uint64_t wort = muster;
+        for (unsigned k = periode; k < 64; k += periode) wort |= muster << k;
+        speichere64(o, wort);
+        static constexpr uint8_t kSchritt[8] = {0, 0, 8, 9, 8, 10, 12, 14};
+        const size_t schritt = kSchritt[ab];
+        for (o += 8; o < ende; o += 8) kopier8(o, o - schritt);
+    }
+    return ende;
+}
+
+class Inflater {
+public:
+    Inflater(const unsigned char* q, size_t n, unsigned char* z, size_t kap) : q_(q), n_(n), z_(z), kap_(kap) {}
+
+    int64_t lauf() {
+        for (;;) {
+            const uint32_t letzter = bits(1);
+            const uint32_t typ = bits(2);
+            bool ok = false;
+            if (typ == 0) ok = gespeichert();
+            else if (typ == 1) ok = codes(feste().laenge, feste().abstand);
+            else if (typ == 2) ok = dynamisch();
+            if (!ok) return -1;
+            // A full buffer or data that ran out ends the strip; the caller
+            // judges a short one.
+            if (o_ == kap_ || leer_ || letzter) return int64_t(o_);
+        }
+    }
+
+private:
+    const unsigned char* q_;
+    size_t n_, i_ = 0;
+    // Outside the fast loop the bits above `anzahl_` are zero, so a lookup
+    // near the end sees zeros past the data, as a bitwise reader would.
+    uint64_t puffer_ = 0;
+    unsigned anzahl_ = 0;
+    bool leer_ = false;  // a read went past the end of the data
+    unsigned char* z_;
+    size_t kap_, o_ = 0;
+    uint32_t laenge_[kLPlatz];
+    uint32_t abstand_[kAPlatz];
+
+    void fuellen() {
+        if (n_ - i_ >= 8) {
+            puffer_ |= lade64(q_ + i_) << anzahl_;
+            i_ += (63 - anzahl_) >> 3;
+            anzahl_ |= 56;
+            puffer_ &= (uint64_t(1) << anzahl_) - 1;
+        } else {
+            for (; anzahl_ < 56 && i_ < n_; anzahl_ += 8) puffer_ |= uint64_t(q_[i_++]) << anzahl_;
+        }
+    }
+
+    // The next k bits; 0 when fewer remain, which are left unread.
+    uint32_t bits(unsigned k) {
+        if (anzahl_ < k) fuellen();
+        if (anzahl_ < k) {
+            leer_ = true;
+            return 0;
+        }
+        const uint32_t v = uint32_t(puffer_ & ((1u << k) - 1));
+        puffer_ >>= k;
+        anzahl_ -= k;
+        return v;
+    }
+
+    void weg(unsigned k) {
+        puffer_ >>= k;
+        anzahl_ -= k;
+    }
+
+    bool gespeichert() {
+        // To the next byte boundary; whole bytes still in the buffer go back.
+        i_ -= anzahl_ >> 3;
+        puffer_ = 0;
+        anzahl_ = 0;
+        if (n_ - i_ < 4) {
+            leer_ = true;
+            return true;
+        }
+        const unsigned char* p = q_ + i_;
+        const size_t len = le16(p);
+        if ((len ^ le16(p + 2)) != 0xFFFF) return false;
+        i_ += 4;
+        const size_t da = std::min(len, n_ - i_);
+        const size_t anzahl = std::min(da, kap_ - o_);
+        if (anzahl) std::memcpy(z_ + o_, q_ + i_, anzahl);  // z_ may be null when kap is 0
+        o_ += anzahl;
+        i_ += da;
+        if (da < len) leer_ = true;
+        return true;
     }
 
     bool dynamisch() {
-        const int nlaenge = int(s_.bits(5)) + 257, nabstand = int(s_.bits(5)) + 1, ncode = int(s_.bits(4)) + 4;
+        const unsigned nlaenge = bits(5) + 257, nabstand = bits(5) + 1, ncode = bits(4) + 4;
         if (nlaenge > 286 || nabstand > 30) return false;
         uint8_t l[320] = {};
-        for (int k = 0; k < ncode; ++k) l[kReihenfolge[k]] = uint8_t(s_.bits(3));
-        Huffman codecode;
-        if (!baue(codecode, l, 19)) return false;
-        int k = 0;
-        while (k < nlaenge + nabstand) {
-            const int sym = dekodiere(s_, codecode);
-            if (sym < 0 || s_.leer) return false;
+        for (unsigned k = 0; k < ncode; ++k) l[kReihenfolge[k]] = uint8_t(bits(3));
+        uint32_t codecode[kCPlatz];
+        if (!baue(codecode, kCPlatz, kCBits, kVorlagen.codelaenge, l, 19)) return false;
+        const unsigned alle = nlaenge + nabstand;
+        unsigned k = 0;
+        while (k < alle) {
+            if (anzahl_ < kMaxBits) fuellen();
+            unsigned lang;
+            const uint32_t e = suche(codecode, kCBits, puffer_, lang);
+            // Data that ends inside the lengths leaves no usable table.
+            if ((e & kFalsch) || lang > anzahl_ || leer_) return false;
+            weg(lang);
+            const unsigned sym = e >> 16;
             if (sym < 16) {
                 l[k++] = uint8_t(sym);
                 continue;
             }
             uint8_t wert = 0;
-            int wiederholt;
+            unsigned wiederholt;
             if (sym == 16) {
                 if (k == 0) return false;
                 wert = l[k - 1];
-                wiederholt = 3 + int(s_.bits(2));
+                wiederholt = 3 + bits(2);
             } else if (sym == 17) {
-                wiederholt = 3 + int(s_.bits(3));
+                wiederholt = 3 + bits(3);
             } else {
-                wiederholt = 11 + int(s_.bits(7));
+                wiederholt = 11 + bits(7);
             }
-            if (k + wiederholt > nlaenge + nabstand) return false;
+            if (k + wiederholt > alle) return false;
             while (wiederholt--) l[k++] = wert;
         }
         if (l[256] == 0) return false;  // no end-of-block code
-        // A set of lengths shorter than the table: zero the rest so the
-        // distance lengths start where they were sent.
-        uint8_t abst[30] = {};
-        std::memcpy(abst, l + nlaenge, size_t(nabstand));
-        std::memset(l + nlaenge, 0, size_t(320 - nlaenge));
-        return baue(laenge_, l, nlaenge) && baue(abstand_, abst, nabstand) && codes();
+        return baue(laenge_, kLPlatz, kLBits, kVorlagen.laenge, l, nlaenge) &&
+               baue(abstand_, kAPlatz, kABits, kVorlagen.abstand, l + nlaenge, nabstand) && codes(laenge_, abstand_);
+    }
+
+    enum class Halt { Rand, Blockende, Fehler };
+
+    // Symbols while at least kEinRand input bytes and kAusRand output bytes
+    // remain: one refill per round gives 56 bits or more, and a match takes at
+    // most 15 + 5 + 15 + 13 of them, so nothing inside checks a bound.
+    Halt schnell(const uint32_t* lt, const uint32_t* at) {
+        const unsigned char* p = q_ + i_;
+        const unsigned char* const q_rand = q_ + n_ - kEinRand;
+        unsigned char* o = z_ + o_;
+        unsigned char* const z_rand = z_ + kap_ - kAusRand;
+        uint64_t b = puffer_;
+        unsigned a = anzahl_;
+        Halt halt = Halt::Rand;
+        while (p <= q_rand && o <= z_rand) {
+            b |= lade64(p) << a;
+            p += (63 - a) >> 3;
+            a |= 56;
+            uint32_t e = lt[b & ((1u << kLBits) - 1)];
+            if (e & kLit) {
+                // A first-level literal takes at most kLBits of the 56 bits or
+                // more: five fit. Its kind bits lie above bit 5, so the entry
+                // is its own shift count.
+                b >>= e & 63;
+                a -= e & 15;
+                *o++ = uint8_t(e >> 16);
+                for (unsigned r = 1; r < 56 / kLBits; ++r) {
+                    e = lt[b & ((1u << kLBits) - 1)];
+                    if (!(e & kLit)) break;
+                    b >>= e & 63;
+                    a -= e & 15;
+                    *o++ = uint8_t(e >> 16);
+                }
+                continue;
+            }
+            if (e & kZeiger) {
+                b >>= kLBits;
+                a -= kLBits;
+                e = lt[(e >> 16) + (b & ((1u << ((e >> 8) & 15)) - 1))];
+            }
+            b >>= e & 15;
+            a -= e & 15;
+            if (e & kLit) {
+                *o++ = uint8_t(e >> 16);
+                continue;
+            }
+            if (!(e & kLaenge)) {
+                halt = (e & kEnde) ? Halt::Blockende : Halt::Fehler;
+                break;
+            }
+            unsigned x = (e >> 8) & 15;
+            const size_t len = (e >> 16) + (b & ((1u << x) - 1));
+            b >>= x;
+            a -= x;
+            uint32_t d = at[b & ((1u << kABits) - 1)];
+            if (d & kZeiger) {
+                b >>= kABits;
+                a -= kABits;
+                d = at[(d >> 16) + (b & ((1u << ((d >> 8) & 15)) - 1))];
+            }
+            if (d & kFalsch) {
+                halt = Halt::Fehler;
+                break;
+            }
+            b >>= d & 15;
+            a -= d & 15;
+            x = (d >> 8) & 15;
+            const size_t ab = (d >> 16) + (b & ((1u << x) - 1));
+            b >>= x;
+            a -= x;
+            if (ab > size_t(o - z_)) {
+                halt = Halt::Fehler;
+                break;
+            }
+            o = kopiere(o, ab, len);
+        }
+        // Back to the careful reader's state: no bits kept above the count.
+        i_ = size_t(p - q_);
+        o_ = size_t(o - z_);
+        puffer_ = b & ((uint64_t(1) << a) - 1);
+        anzahl_ = a;
+        return halt;
     }
 
     // Literal and length/distance symbols up to the end of the block.
-    bool codes() {
+    bool codes(const uint32_t* lt, const uint32_t* at) {
+        if (leer_) return true;
+        if (n_ - i_ >= kEinRand && kap_ - o_ >= kAusRand) {
+            const Halt h = schnell(lt, at);
+            if (h != Halt::Rand) return h == Halt::Blockende;
+        }
+        // Near either end: each step checked, bits past the data read as zeros.
         while (o_ < kap_) {
-            const int sym = dekodiere(s_, laenge_);
-            if (s_.leer) return true;
-            if (sym < 0) return false;
-            if (sym < 256) {
-                z_[o_++] = (unsigned char)sym;
+            if (anzahl_ < 48) fuellen();
+            unsigned lang;
+            const uint32_t e = suche(lt, kLBits, puffer_, lang);
+            if (lang > anzahl_) {
+                leer_ = true;
+                return true;
+            }
+            if (e & kFalsch) return false;
+            weg(lang);
+            if (e & kLit) {
+                z_[o_++] = uint8_t(e >> 16);
                 continue;
             }
-            if (sym == 256) return true;
-            if (sym > 285) return false;
-            const size_t len = kLaengeBasis[sym - 257] + s_.bits(kLaengeExtra[sym - 257]);
-            const int as = dekodiere(s_, abstand_);
-            if (as < 0 || as > 29) return false;
-            const size_t ab = kAbstandBasis[as] + s_.bits(kAbstandExtra[as]);
-            if (s_.leer) return true;
+            if (e & kEnde) return true;
+            const size_t len = (e >> 16) + bits((e >> 8) & 15);
+            if (anzahl_ < kMaxBits) fuellen();
+            const uint32_t d = suche(at, kABits, puffer_, lang);
+            if (d & kFalsch) return false;
+            if (lang > anzahl_) leer_ = true;
+            if (leer_) return true;
+            weg(lang);
+            const size_t ab = (d >> 16) + bits((d >> 8) & 15);
+            if (leer_) return true;
             if (ab > o_) return false;
-            const size_t ende = std::min(o_ + len, kap_);
-            for (; o_ < ende; ++o_) z_[o_] = z_[o_ - ab];  // overlapping copies repeat
+            if (kap_ - o_ >= kAusRand) {
+                o_ = size_t(kopiere(z_ + o_, ab, len) - z_);
+            } else {
+                const size_t ende = std::min(o_ + len, kap_);
+                for (; o_ < ende; ++o_) z_[o_] = z_[o_ - ab];  // overlapping copies repeat
+            }
         }
         return true;
     }

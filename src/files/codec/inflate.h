@@ -8,8 +8,12 @@ namespace bild {
 
 // Fills at most `kap` bytes of `ziel` from the `n` bytes of `quelle` and
 // returns how many bytes it wrote; -1 when the data cannot be decoded at all.
-// The Adler-32 trailer is not checked: a strip is judged by whether it fills
-// its rows.
+// It stops as soon as kap bytes are out, without looking at what follows;
+// data that ends early gives what was decoded up to there. The Adler-32
+// trailer is not checked: a strip is judged by whether it fills its rows.
+// `ziel` may be null when kap is 0; nothing is read past quelle + n or
+// written past ziel + kap. Bytes past the returned count may have been
+// written (matches are copied a word at a time).
 int64_t inflate_entpacken(const unsigned char* quelle, size_t n, unsigned char* ziel, size_t kap);
 
 // A length code of one bit with a distance code of one bit copies 258 bytes:

@@ -167,10 +167,12 @@ def tiff_cases():
         inp = os.path.join(DATA, f"t{i}.tif")
         subprocess.run([tiffcp, *options.split(), src, inp], check=True)
         info = subprocess.run(["tiffinfo", inp], capture_output=True, text=True).stdout
-        w = int(info.split("Image Width: ")[1].split()[0])
-        h = int(info.split("Image Length: ")[1].split()[0])
-        spp = int(info.split("Samples/Pixel: ")[1].split()[0]) if "Samples/Pixel: " in info else 1
-        bits = int(info.split("Bits/Sample: ")[1].split()[0])
+
+        def feld(name, vorgabe):
+            return int(info.split(name + ": ")[1].split()[0]) if name + ": " in info else vorgabe
+
+        w, h = feld("Image Width", 0), feld("Image Length", 0)
+        spp, bits = feld("Samples/Pixel", 1), feld("Bits/Sample", 1)
         pixel_bytes = w * h * (spp if bits == 1 else spp * bits // 8)
         tif, ref_out = inp + ".tif", inp + ".ref.tif"
         ours = Task("bildconv " + name, [BILDCONV, os.path.basename(inp)], cwd=DATA,

@@ -41,7 +41,8 @@ public:
 private:
     int lies_band();
     int lies_segment(size_t index, unsigned char* ziel, uint32_t zeilen);
-    void platziere(const unsigned char* segment, uint32_t spalte, int ebene, int zeilen);
+    void platziere(const unsigned char* segment, uint32_t spalte, int ebene, int zeilen,
+                   unsigned char* const* ziele);
 
     bild::Datei datei_;
     // Strip plan (offsets relative to the pixel data until austiff0 adds the
@@ -81,6 +82,8 @@ private:
     size_t segzeile_ = 0, bandzeile_ = 0;
     std::vector<uint64_t> segoffset_, seglaenge_;
     std::vector<unsigned char> band_, segment_, roh_;
+    std::vector<unsigned char*> bandzeilen_;  // the band's rows
+    unsigned char achtel_[256][8] = {};        // a byte of 1-bit samples as eight image bytes
     int zeile_ = 0, bandende_ = 0;     // next row; first row after the band held
 
     int lies_direkt(CBILD* image);

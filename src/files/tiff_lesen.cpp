@@ -269,10 +269,40 @@ unsigned char bits_umgekehrt(unsigned char b) {
     return uint8_t((b & 0xAA) >> 1 | (b & 0x55) << 1);
 }
 
-// Horizontal differencing undone on one row of `n` samples, `abstand`
-// samples between neighbours of the same channel; samples already in
-// little-endian order.
+// Horizontal differencing undone on one row of `n` samples, A channels
+// interleaved (A samples between neighbours of the same channel); samples
+// already in little-endian order. The running sums stay in registers: each
+// sample depends on the one before it, and going through memory would make
+// every step wait for the store before.
+template <typename T, size_t A>
+void summiere(unsigned char* z, size_t n) {
+    T summe[A];
+    for (size_t c = 0; c < A && c < n; ++c) std::memcpy(&summe[c], z + c * sizeof(T), sizeof(T));
+    for (size_t i = A; i + A <= n; i += A)
+        for (size_t c = 0; c < A; ++c) {
+            T v;
+            std::memcpy(&v, z + (i + c) * sizeof(T), sizeof(T));
+            summe[c] = T(summe[c] + v);
+            std::memcpy(z + (i + c) * sizeof(T), &summe[c], sizeof(T));
+        }
+}
+
+template <typename T>
+void summiere(unsigned char* z, size_t n, size_t abstand) {
+    switch (abstand) {
+        case 1: summiere<T, 1>(z, n); break;
+        case 2: summiere<T, 2>(z, n); break;
+        case 3: summiere<T, 3>(z, n); break;
+        default: summiere<T, 4>(z, n); break;
+    }
+}
+
 void praediktor(unsigned char* z, size_t n, size_t abstand, int bytes) {
+#if defined(__BYTE_ORDER__) && __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__
+    if (bytes == 1) summiere<uint8_t>(z, n, abstand);
+    else if (bytes == 2) summiere<uint16_t>(z, n, abstand);
+    else summiere<uint32_t>(z, n, abstand);
+#else
     if (bytes == 1) {
         for (size_t i = abstand; i < n; ++i) z[i] = uint8_t(z[i] + z[i - abstand]);
     } else if (bytes == 2) {
@@ -280,6 +310,7 @@ void praediktor(unsigned char* z, size_t n, size_t abstand, int bytes) {
     } else {
         for (size_t i = abstand; i < n; ++i) bild::put_le32(z + 4 * i, bild::le32(z + 4 * i) + bild::le32(z + 4 * (i - abstand)));
     }
+#endif
 }
 
 // How a band row becomes an image row.
@@ -470,9 +501,11 @@ int CTiff::eintiff0(const wchar_t* name) {
     if (ausgabe > dateigroesse_ * d.ausdehnung || (d.zeilen_pro_byte && zeilen > dateigroesse_ * d.zeilen_pro_byte) ||
         eingabe > 2 * dateigroesse_)
         return 3;
-    // Two bytes of slack: sub-byte and 9-to-15-bit samples are read three
-    // bytes at a time.
-    band_.assign(bandzeile_ * std::min<uint64_t>(seghoehe_, h) + 2, 0);
+    band_.clear();  // made by the first band read: rows read straight into the image need none
+    // 1-bit rows become bytes eight pixels at a time.
+    if (bits == 1 && bandspp_ == 1)
+        for (unsigned b = 0; b < 256; ++b)
+            for (unsigned k = 0; k < 8; ++k) achtel_[b][k] = wert_[(b >> (7 - k)) & 1];
     return 0;
 }
 
@@ -523,12 +556,14 @@ int CTiff::lies_segment(size_t index, unsigned char* ziel, uint32_t zeilen) {
     return 0;
 }
 
-void CTiff::platziere(const unsigned char* segment, uint32_t spalte, int ebene, int zeilen) {
+// One segment's rows into the rows `ziele` (of the band, or of the image).
+void CTiff::platziere(const unsigned char* segment, uint32_t spalte, int ebene, int zeilen,
+                      unsigned char* const* ziele) {
     const size_t x0 = size_t(spalte) * segbreite_;
     const size_t pixel = std::min<size_t>(segbreite_, size_t(breite_) - x0);  // tiles overhang the edge
     for (int r = 0; r < zeilen; ++r) {
         const unsigned char* s = segment + size_t(r) * segzeile_;
-        unsigned char* d = band_.data() + size_t(r) * bandzeile_;
+        unsigned char* d = ziele[r];
         if (ebenen_ == 1) {
             const size_t bits = size_t(bandspp_) * bitspersample_;
             std::memcpy(d + x0 * bits / 8, s, (pixel * bits + 7) / 8);
@@ -541,6 +576,14 @@ void CTiff::platziere(const unsigned char* segment, uint32_t spalte, int ebene, 
 }
 
 int CTiff::lies_band() {
+    if (band_.empty()) {
+        // Two bytes of slack: sub-byte and 9-to-15-bit samples are read
+        // three bytes at a time.
+        const size_t zeilen = size_t(std::min<uint64_t>(seghoehe_, uint64_t(hoehe_)));
+        band_.assign(bandzeile_ * zeilen + 2, 0);
+        bandzeilen_.resize(zeilen);
+        for (size_t r = 0; r < zeilen; ++r) bandzeilen_[r] = band_.data() + r * bandzeile_;
+    }
     const uint32_t band = uint32_t(zeile_) / seghoehe_;
     const uint32_t zeilen = uint32_t(std::min<uint64_t>(seghoehe_, uint64_t(hoehe_) - uint64_t(band) * seghoehe_));
     for (int p = 0; p < ebenen_; ++p) {
@@ -548,7 +591,7 @@ int CTiff::lies_band() {
             const size_t index = (size_t(p) * runter_ + band) * quer_ + c;
             const int r = lies_segment(index, direkt_ ? band_.data() : nullptr, zeilen);
             if (r != 0) return r;
-            if (!direkt_) platziere(segment_.data(), c, p, int(zeilen));
+            if (!direkt_) platziere(segment_.data(), c, p, int(zeilen), bandzeilen_.data());
         }
     }
     bandende_ = zeile_ + int(zeilen);
@@ -574,6 +617,12 @@ int CTiff::eintiff1(unsigned char* row) {
             break;
         }
         case kKlein:
+            if (bits == 1 && spp == 1) {
+                size_t x = 0;
+                for (; x + 8 <= w; x += 8) std::memcpy(row + x, achtel_[src[x / 8]], 8);
+                if (x < w) std::memcpy(row + x, achtel_[src[x / 8]], w - x);
+                break;
+            }
             for (size_t x = 0; x < w; ++x) row[x] = wert_[bits_bei(src, x * spp * size_t(bits), bits)];
             break;
         case kWeit:
@@ -602,6 +651,20 @@ int CTiff::eintiff1(unsigned char* row) {
 int CTiff::lies_direkt(CBILD* image) {
     const size_t zeile = size_t(breite_) * size_t(bpp_);
     const auto* d = static_cast<const Dekoder*>(dekoder_);
+    if (kacheln_) {
+        // Each tile's rows straight into the image rows it covers.
+        for (uint32_t band = 0; band < runter_; ++band) {
+            const uint32_t y = band * seghoehe_;
+            const uint32_t zeilen = uint32_t(std::min<uint64_t>(seghoehe_, uint64_t(hoehe_) - y));
+            for (uint32_t c = 0; c < quer_; ++c) {
+                const int r = lies_segment(size_t(band) * quer_ + c, nullptr, zeilen);
+                if (r != 0) return r;
+                platziere(segment_.data(), c, 0, int(zeilen), image->zeile + y);
+            }
+            zeile_ = int(y + zeilen);
+        }
+        return 0;
+    }
     for (uint32_t s = 0; s < runter_;) {
         const uint32_t y = s * seghoehe_;
         uint32_t zeilen = uint32_t(std::min<uint64_t>(seghoehe_, uint64_t(hoehe_) - y));
@@ -633,6 +696,7 @@ int CTiff::lies_direkt(CBILD* image) {
 int CTiff::eintiff2() {
     const bool ok = datei_.schliessen();
     band_ = {};
+    bandzeilen_ = {};
     segment_ = {};
     roh_ = {};
     segoffset_ = {};
@@ -653,11 +717,10 @@ int CTiff::lesen(const wchar_t* name, CBILD* image) {
             std::copy(palette_.begin(), palette_.end(), image->palette);
         }
         // The image's own rows follow each other in memory.
-        bool folgend = direkt_ && image->puffer;
+        bool folgend = (direkt_ || (kacheln_ && ebenen_ == 1 && zeilenart_ == kKopie)) && image->puffer;
         const size_t zeile = size_t(breite_) * size_t(bpp_);
         for (int y = 0; folgend && y < hoehe_; ++y) folgend = image->zeile[y] == image->puffer + size_t(y) * zeile;
         if (folgend) {
-            band_ = {};
             result = lies_direkt(image);
         } else {
             for (int y = 0; y < hoehe_ && result == 0; ++y) result = eintiff1(image->zeile[y]);

@@ -5,6 +5,7 @@
 
 #include <cerrno>
 #include <csignal>
+#include <cstdio>
 #include <cstring>
 #include <exception>
 #include <string>
@@ -70,10 +71,8 @@ const char* konvertiere(CBILD& bild, const char* arg) {
     }
     // The name the file system sees is the argument's bytes (a name that
     // is not plain ASCII opens nothing).
-    const size_t laenge = std::strlen(arg);
-    if (laenge + 5 <= sizeof g_ausgabe) {
-        std::memcpy(g_ausgabe, arg, laenge);
-        std::memcpy(g_ausgabe + laenge, ".tif", 5);
+    if (std::strlen(arg) + 5 <= sizeof g_ausgabe) {
+        std::snprintf(g_ausgabe, sizeof g_ausgabe, "%s.tif", arg);
         bild::g_schreibgeraet = 0;
         bild::g_schreibknoten = 0;
         g_schreibt = 1;

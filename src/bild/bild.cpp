@@ -50,15 +50,15 @@ unsigned char* neuer_puffer(size_t groesse) {
         // Map one huge page more and cut the ends, so the start is aligned.
         void* p = mmap(nullptr, laenge + kGrosseSeite, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
         if (p == MAP_FAILED) throw std::bad_alloc();
-        const uintptr_t roh = reinterpret_cast<uintptr_t>(p);
-        const uintptr_t start = (roh + kGrosseSeite - 1) / kGrosseSeite * kGrosseSeite;
-        if (start > roh) munmap(p, start - roh);
-        if (start + laenge < roh + laenge + kGrosseSeite)
-            munmap(reinterpret_cast<void*>(start + laenge), roh + kGrosseSeite - start);
+        auto* roh = static_cast<unsigned char*>(p);
+        const size_t vorn = (kGrosseSeite - reinterpret_cast<uintptr_t>(roh) % kGrosseSeite) % kGrosseSeite;
+        unsigned char* start = roh + vorn;
+        if (vorn) munmap(roh, vorn);
+        if (vorn < kGrosseSeite) munmap(start + laenge, kGrosseSeite - vorn);
 #ifdef MADV_HUGEPAGE
-        madvise(reinterpret_cast<void*>(start), laenge, MADV_HUGEPAGE);  // a hint: failure is harmless
+        madvise(start, laenge, MADV_HUGEPAGE);  // a hint: failure is harmless
 #endif
-        return reinterpret_cast<unsigned char*>(start);
+        return start;
     }
 #endif
     // aligned_alloc wants a multiple of the alignment.

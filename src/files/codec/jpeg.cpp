@@ -233,12 +233,12 @@ BILD_IMMER void idct_kern(const int32_t* k, unsigned zeilen, unsigned spalten, u
     if (zeilen == 1) {
         // Only horizontal frequencies: the first pass copies the row down
         // the block, so all eight output rows are the same.
-        for (int u = 0; u < 8; ++u) wt[u * 8] = int32_t(uint32_t(k[u]) << kZwischen);
+        for (int u = 0; u < 8; ++u) wt[size_t(u) * 8] = int32_t(uint32_t(k[u]) << kZwischen);
         for (int u = 0; u < 8; ++u)
             for (int y = 1; y < 8; ++y) wt[u * 8 + y] = 0;
         achter(wt, o, kEnde);  // lane 0 is the row; the others are idle
         unsigned char zeile[8];
-        for (int x = 0; x < 8; ++x) zeile[x] = klemme(128 + o[x * 8]);
+        for (int x = 0; x < 8; ++x) zeile[x] = klemme(128 + o[size_t(x) * 8]);
         for (int r = 0; r < 8; ++r) std::memcpy(aus + size_t(r) * schritt, zeile, 8);
         return;
     }
@@ -246,7 +246,7 @@ BILD_IMMER void idct_kern(const int32_t* k, unsigned zeilen, unsigned spalten, u
     if (spalten == 1) {
         // Only vertical frequencies: each output row is one value.
         for (int r = 0; r < 8; ++r)
-            std::memset(aus + size_t(r) * schritt, klemme(128 + runter(uint32_t(ws[r * 8]), kZwischen + 3)), 8);
+            std::memset(aus + size_t(r) * schritt, klemme(128 + runter(uint32_t(ws[size_t(r) * 8]), kZwischen + 3)), 8);
         return;
     }
     // Rows, transposed so the eight rows go side by side like the columns.
@@ -288,9 +288,9 @@ BILD_IMMER void farbe_kern(const unsigned char* y, const unsigned char* cb, cons
         }
         unsigned char* o = aus + size_t(x0) * 3;
         uint32_t x = 0;
-        for (; x + 4 <= m; x += 4) put_le24x4(o + 3 * x, w + x);
+        for (; x + 4 <= m; x += 4) put_le24x4(o + 3 * size_t(x), w + x);
         for (; x < m; ++x) {
-            o[3 * x] = (unsigned char)w[x];
+            o[3 * size_t(x)] = (unsigned char)w[x];
             o[3 * x + 1] = (unsigned char)(w[x] >> 8);
             o[3 * x + 2] = (unsigned char)(w[x] >> 16);
         }
@@ -353,12 +353,12 @@ void verdoppeln(const T* s, uint32_t cw, unsigned char* aus, uint32_t breite) {
     }
     for (uint32_t i = 1; i < innen; ++i) {
         const int a = s[i] * 3;
-        aus[2 * i] = (unsigned char)((a + s[i - 1] + kLinks) >> kSchieben);
+        aus[2 * size_t(i)] = (unsigned char)((a + s[i - 1] + kLinks) >> kSchieben);
         aus[2 * i + 1] = (unsigned char)((a + s[i + 1] + kRechts) >> kSchieben);
     }
     for (uint32_t i = std::max(innen, 1u); i < paare; ++i) {
         const int a = s[i] * 3;
-        aus[2 * i] = (unsigned char)((a + s[i - 1] + kLinks) >> kSchieben);
+        aus[2 * size_t(i)] = (unsigned char)((a + s[i - 1] + kLinks) >> kSchieben);
         aus[2 * i + 1] = (unsigned char)((a + s[std::min(i + 1, cw - 1)] + kRechts) >> kSchieben);
     }
 }
@@ -366,7 +366,7 @@ void verdoppeln(const T* s, uint32_t cw, unsigned char* aus, uint32_t breite) {
 void verschachteln(const unsigned char* a, const unsigned char* b, const unsigned char* c, unsigned char* aus,
                    uint32_t breite) {
     for (uint32_t x = 0; x < breite; ++x) {
-        aus[3 * x] = a[x];
+        aus[3 * size_t(x)] = a[x];
         aus[3 * x + 1] = b[x];
         aus[3 * x + 2] = c[x];
     }
@@ -434,7 +434,7 @@ int Dekoder::dht(const unsigned char* s, size_t n) {
         if (klasse > 1 || id > 3) return kKaputt;
         int summe = 0;
         for (int i = 1; i <= 16; ++i) summe += s[i];
-        if (summe > 256 || size_t(17 + summe) > n) return kKaputt;
+        if (summe > 256 || 17 + size_t(summe) > n) return kKaputt;
         if (!(klasse ? ac[id] : dc[id]).bauen(s + 1, s + 17, summe, klasse == 1)) return kKaputt;
         s += 17 + summe;
         n -= size_t(17 + summe);
@@ -448,7 +448,7 @@ int Dekoder::dqt(const unsigned char* s, size_t n) {
         if (breit > 1 || id > 3) return kKaputt;
         const size_t laenge = 1 + 64 * size_t(breit + 1);
         if (n < laenge) return kKaputt;
-        for (int i = 0; i < 64; ++i) dq[id][kZickzack[i]] = breit ? be16(s + 1 + 2 * i) : s[1 + i];
+        for (int i = 0; i < 64; ++i) dq[id][kZickzack[i]] = breit ? be16(s + 1 + 2 * size_t(i)) : s[1 + i];
         dq_da[id] = true;
         s += laenge;
         n -= laenge;
@@ -470,7 +470,7 @@ int Dekoder::sof(const unsigned char* s, size_t n, int kanaele) {
     if (fy == 0) return kFremd;  // height in a DNL segment after the scan
     if (fx == 0) return kKaputt;
     for (int i = 0; i < nf; ++i) {
-        const unsigned char* c = s + 6 + 3 * i;
+        const unsigned char* c = s + 6 + 3 * size_t(i);
         k[i].id = c[0];
         k[i].h = c[1] >> 4;
         k[i].v = c[1] & 15;
@@ -498,8 +498,8 @@ int Dekoder::sos(const unsigned char* s, size_t n) {
     for (int i = 0; i < ns; ++i) {
         const int id = s[1 + 2 * i], td = s[2 + 2 * i] >> 4, ta = s[2 + 2 * i] & 15;
         int j = 0;
-        while (j < nf && (belegt[j] || k[j].id != id)) ++j;
-        if (j == nf || td > 3 || ta > 3) return kKaputt;
+        while (j < nf && j < 3 && (belegt[j] || k[j].id != id)) ++j;
+        if (j >= nf || j > 2 || td > 3 || ta > 3) return kKaputt;
         belegt[j] = true;
         folge[i] = j;
         if (!dc[td].da || !ac[ta].da || !dq_da[k[j].tq]) return kKaputt;
@@ -653,7 +653,7 @@ bool Dekoder::mcu_zeile(Leser& leser) {
                     }
                     // Only the rows that received values need clearing.
                     for (int r = 0; r < 8; ++r)
-                        if (zeilen >> r & 1) std::memset(koef + 8 * r, 0, 8 * sizeof koef[0]);
+                        if (zeilen >> r & 1) std::memset(koef + 8 * size_t(r), 0, 8 * sizeof koef[0]);
                 }
         }
         if (b.n < b.falsch) return false;  // the MCU ran past the data

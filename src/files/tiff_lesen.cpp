@@ -589,9 +589,11 @@ int CTiff::lies_band() {
     for (int p = 0; p < ebenen_; ++p) {
         for (uint32_t c = 0; c < quer_; ++c) {
             const size_t index = (size_t(p) * runter_ + band) * quer_ + c;
-            const int r = lies_segment(index, direkt_ ? band_.data() : nullptr, zeilen);
+            // A strip of one plane is laid out like the band's rows.
+            const bool wie_band = !kacheln_ && ebenen_ == 1;
+            const int r = lies_segment(index, wie_band ? band_.data() : nullptr, zeilen);
             if (r != 0) return r;
-            if (!direkt_) platziere(segment_.data(), c, p, int(zeilen), bandzeilen_.data());
+            if (!wie_band) platziere(segment_.data(), c, p, int(zeilen), bandzeilen_.data());
         }
     }
     bandende_ = zeile_ + int(zeilen);

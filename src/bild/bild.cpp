@@ -16,10 +16,11 @@
 
 namespace {
 
-// More rows than this would make the row table alone exceed 128 MiB, which
-// no real image needs; such a request fails like an exhausted allocator
-// instead of touching gigabytes of table for a hostile header.
-constexpr int64_t kMaxZeilen = int64_t(1) << 24;
+// More rows than this would make the row table alone exceed 64 MiB, which
+// no real image needs; such a request fails like an exhausted allocator.
+// The table is the one part of a fresh image that is touched whole before
+// any row is read, so this bounds what a header alone can cost.
+constexpr int64_t kMaxZeilen = int64_t(1) << 23;
 
 unsigned char** neue_tabelle(int64_t zeilen) {
     if (zeilen < 0) throw std::bad_array_new_length();

@@ -2,14 +2,17 @@
 // 8 and 32946.
 //
 // Speed comes from three things. Input is read into a 64-bit bit buffer a
-// word at a time. Each Huffman code is resolved by one table lookup (two for
-// the rare codes longer than the first-level table), and the entry already
-// carries the literal, or the base and the extra-bit count of a length or
-// distance. And a fast loop runs while so much input and output remain that
-// no symbol can run off either end, so it checks neither; it copies matches
-// a word at a time. Everything else (the last bytes of input or output, block
-// headers, stored blocks) goes through a careful reader that checks each bit
-// and treats the bits past the end as zeros.
+// word at a time, refilled without a branch. Each Huffman code is resolved by
+// one table lookup (two for the rare codes longer than the first-level
+// table), and the entry already carries the literal, or the base of a length
+// or distance with the bits its code and extra bits take together, so one
+// shift consumes both. And a fast loop runs while so much input remains that
+// no symbol can run off its end, so it checks none; it looks up the next
+// entry before it is done with the current symbol, takes up to four literals
+// per refill, and copies matches a word at a time (byte by byte only in the
+// last 266 bytes of output). Everything else (the last bytes of input, the
+// last few of output, block headers, stored blocks) goes through a careful
+// reader that checks each bit and treats the bits past the end as zeros.
 //
 // Results are those of the bit-at-a-time decoder that came before, on every
 // input, so every strip that decoded before decodes to the same bytes:
@@ -43,11 +46,13 @@ constexpr uint8_t kAbstandExtra[30] = {0, 0, 0, 0, 1, 1, 2, 2,  3,  3,  4,  4,  
 // Order in which a dynamic block sends the code lengths of the code-length code.
 constexpr uint8_t kReihenfolge[19] = {16, 17, 18, 0, 8, 7, 9, 6, 10, 5, 11, 4, 12, 3, 13, 2, 14, 1, 15};
 
-// A table entry: bits 0..3 the bits this lookup consumes (4 and 5 stay zero,
-// so the entry itself can be a shift count), 6 and 7 and 12..14 the kind,
-// 8..11 the extra bits that follow (or, for a pointer, the index bits of the
-// second-level table), 16..31 the value (literal, length or distance base,
-// second-level offset). Distance entries carry no kind unless bad or pointer.
+// A table entry: bits 0..5 the bits this lookup consumes, code and extra bits
+// together, so the entry itself is the shift count; 6 and 7 and 12..14 the
+// kind; 8..11 the length of the code alone (for a pointer, the index bits of
+// the second-level table), 16..31 the value (literal, length or distance
+// base, second-level offset). Distance entries carry no kind unless bad or
+// pointer. The extra bits of a length or distance are then the bits between
+// the code length and the whole count, taken from the buffer as it was.
 constexpr uint32_t kFalsch = 1u << 6;
 constexpr uint32_t kEnde = 1u << 7;
 constexpr uint32_t kLit = 1u << 12;
@@ -56,22 +61,32 @@ constexpr uint32_t kZeiger = 1u << 14;
 
 // First-level bits: 10 covers almost every literal/length code of real data
 // and keeps the table in 4 KiB; distances are fewer and spread less.
-constexpr unsigned kLBits = 10, kABits = 8, kCBits = 7;
+constexpr unsigned kLBits = 11, kABits = 8, kCBits = 7;
 // Codes are dense from the all-zero code up, so every first-level slot that
 // holds longer codes is filled to its end except the last one. A full slot
 // whose longest code is k bits past the first level needs at least k + 1
-// codes for its 2^k entries; with 288 (30) symbols that bounds the second
-// level at 48 * 32 + 32 (3 * 128 + 32 + 128) entries.
-constexpr size_t kLPlatz = (1u << kLBits) + 48 * 32 + 32;
-constexpr size_t kAPlatz = (1u << kABits) + 3 * 128 + 32 + 128;
+// codes for its 2^k entries, and 2^k / (k + 1) grows with k: the full slots
+// of n symbols take at most n * 2^k / (k + 1) entries for the longest k, and
+// the last one at most 2^k.
+constexpr size_t zweite_ebene(unsigned n, unsigned tb) {
+    return (size_t(n) * (size_t(1) << (kMaxBits - tb)) + kMaxBits - tb) / (kMaxBits - tb + 1) +
+           (size_t(1) << (kMaxBits - tb));
+}
+constexpr uint32_t kLMaske = (1u << kLBits) - 1, kAMaske = (1u << kABits) - 1;
+constexpr size_t kLPlatz = (1u << kLBits) + zweite_ebene(288, kLBits);
+constexpr size_t kAPlatz = (1u << kABits) + zweite_ebene(30, kABits);
 constexpr size_t kCPlatz = 1u << kCBits;
 
-// A round of the fast loop writes at most a 258-byte match, and its word
-// copies up to 7 bytes past the match's end.
-constexpr size_t kAusRand = 258 + 8;
-// A round loads the 8 bytes at the read position and takes every bit it
-// uses from them (at most 48 after a refill to 56 or more): 8 bytes left
-// would do, 16 leave a margin.
+// A match copied a word at a time writes at most 264 bytes: a 258-byte match
+// and up to 7 bytes past it, or 16 bytes for a short one.
+constexpr size_t kKopierRand = 258 + 8;
+// Near the end of the output the fast loop goes on while there is room for
+// the four literals of a round, and copies a match that would need more room
+// than is left byte by byte.
+constexpr size_t kAusRand = 4;
+// A round refills at most twice, and the read position moves at most 7
+// bytes before the second: the 8 bytes each refill loads lie inside the
+// data when 16 bytes are left at the start of the round.
 constexpr size_t kEinRand = 16;
 
 inline uint64_t lade64(const unsigned char* p) {
@@ -95,7 +110,8 @@ inline void speichere64(unsigned char* p, uint64_t v) {
 
 inline void kopier8(unsigned char* z, const unsigned char* q) { std::memcpy(z, q, 8); }
 
-// Table entries without the code length, per symbol.
+// Table entries without the code length, per symbol; bits 0..5 hold the
+// extra bits, to which the code length is added.
 struct Vorlagen {
     uint32_t laenge[288], abstand[30], codelaenge[19];
     uint8_t umkehr[256];  // a byte's bits in reverse order
@@ -103,10 +119,10 @@ struct Vorlagen {
         for (unsigned s = 0; s < 288; ++s) {
             if (s < 256) laenge[s] = kLit | s << 16;
             else if (s == 256) laenge[s] = kEnde;
-            else if (s <= 285) laenge[s] = kLaenge | kLaengeExtra[s - 257] << 8 | uint32_t(kLaengeBasis[s - 257]) << 16;
+            else if (s <= 285) laenge[s] = kLaenge | kLaengeExtra[s - 257] | uint32_t(kLaengeBasis[s - 257]) << 16;
             else laenge[s] = kFalsch;  // 286 and 287 have fixed codes but no meaning
         }
-        for (unsigned s = 0; s < 30; ++s) abstand[s] = kAbstandExtra[s] << 8 | uint32_t(kAbstandBasis[s]) << 16;
+        for (unsigned s = 0; s < 30; ++s) abstand[s] = kAbstandExtra[s] | uint32_t(kAbstandBasis[s]) << 16;
         for (unsigned s = 0; s < 19; ++s) codelaenge[s] = kLit | s << 16;
         for (unsigned b = 0; b < 256; ++b)
             for (unsigned k = 0; k < 8; ++k) umkehr[b] = uint8_t(umkehr[b] | ((b >> k) & 1u) << (7 - k));
@@ -114,13 +130,30 @@ struct Vorlagen {
 };
 constexpr Vorlagen kVorlagen;
 
+// The low l bits of code in reverse order.
+inline uint32_t umkehren(unsigned code, unsigned l) {
+    return (uint32_t(kVorlagen.umkehr[code & 0xFF]) << 8 | kVorlagen.umkehr[(code >> 8) & 0xFF]) >> (16 - l);
+}
+
 // Builds the lookup table for `n` code lengths; false for an over-subscribed
 // set. An incomplete set is accepted: its unused codes are entries marked
 // bad that claim all 15 bits, which is how far a bitwise search reads before
 // it gives up.
 bool baue(uint32_t* tab, size_t platz, unsigned tb, const uint32_t* vorlage, const uint8_t* laengen, unsigned n) {
-    uint16_t anzahl[kMaxBits + 1] = {};
-    for (unsigned s = 0; s < n; ++s) ++anzahl[laengen[s]];
+    // Four counters per length: neighbours mostly share a length, and one
+    // counter would make each increment wait for the one before.
+    uint16_t viertel[4][kMaxBits + 1] = {};
+    unsigned s = 0;
+    for (; s + 4 <= n; s += 4) {
+        ++viertel[0][laengen[s]];
+        ++viertel[1][laengen[s + 1]];
+        ++viertel[2][laengen[s + 2]];
+        ++viertel[3][laengen[s + 3]];
+    }
+    for (; s < n; ++s) ++viertel[0][laengen[s]];
+    uint16_t anzahl[kMaxBits + 1];
+    for (unsigned l = 0; l <= kMaxBits; ++l)
+        anzahl[l] = uint16_t(viertel[0][l] + viertel[1][l] + viertel[2][l] + viertel[3][l]);
     int frei = 1;
     for (unsigned l = 1; l <= kMaxBits; ++l) {
         frei = 2 * frei - anzahl[l];
@@ -134,46 +167,55 @@ bool baue(uint32_t* tab, size_t platz, unsigned tb, const uint32_t* vorlage, con
     for (unsigned l = 1; l <= kMaxBits; ++l) start[l + 1] = uint16_t(start[l] + anzahl[l]);
     const unsigned gesamt = start[kMaxBits + 1];
     uint16_t folge[288];
-    for (unsigned s = 0; s < n; ++s)
+    for (s = 0; s < n; ++s)
         if (laengen[s]) folge[start[laengen[s]]++] = uint16_t(s);
 
-    const uint32_t voll = 1u << tb;
-    if (luecken) std::fill(tab, tab + voll, kFalsch | kMaxBits);
     // Codes are sent first bit first from their top bit: the table is indexed
-    // by the code reversed.
+    // by the code reversed, and a code of l bits fills every 2^l-th entry from
+    // there. Built length by length, the table holds 2^l entries after the
+    // codes of l bits; doubling it with one copy repeats them all for the next
+    // length. Entries no code reaches are bad and claim all 15 bits.
+    const uint32_t voll = 1u << tb;
+    unsigned l0 = 1;
+    while (l0 < tb && anzahl[l0] == 0) ++l0;
+    std::fill(tab, tab + (1u << l0), kFalsch | kMaxBits << 8 | kMaxBits);
+    unsigned code = 0, k = 0;
+    for (unsigned l = 1; l <= tb; ++l) {
+        if (l > l0) std::memcpy(tab + (1u << (l - 1)), tab, sizeof(uint32_t) << (l - 1));
+        code <<= 1;
+        const uint32_t art = l << 8 | l;
+        // folge holds a symbol for every code counted in anzahl.
+        for (unsigned j = anzahl[l]; j; --j, ++k, ++code)
+            tab[umkehren(code, l)] = vorlage[folge[k]] + art;  // cppcheck-suppress uninitvar
+    }
+    if (k == gesamt) return true;
+    // The longer codes, by first-level slot: a run of them shares the slot,
+    // the last is the longest, and its length sets the size of the
+    // second-level table.
     uint32_t umgekehrt[288];
     uint8_t laenge_von[288];
-    unsigned code = 0, k = 0;
-    for (unsigned l = 1; l <= kMaxBits; ++l) {
+    const unsigned kurz = k;
+    for (unsigned l = tb + 1; l <= kMaxBits; ++l) {
         code <<= 1;
-        for (unsigned j = 0; j < anzahl[l]; ++j, ++k, ++code) {
-            umgekehrt[k] = (uint32_t(kVorlagen.umkehr[code & 0xFF]) << 8 | kVorlagen.umkehr[code >> 8]) >> (16 - l);
+        for (unsigned j = anzahl[l]; j; --j, ++k, ++code) {
+            umgekehrt[k] = umkehren(code, l);
             laenge_von[k] = uint8_t(l);
         }
     }
     size_t frei_ab = voll;
-    for (k = 0; k < gesamt;) {
-        const unsigned l = laenge_von[k];
-        if (l <= tb) {
-            const uint32_t e = vorlage[folge[k]] | l;
-            for (uint32_t i = umgekehrt[k]; i < voll; i += 1u << l) tab[i] = e;
-            ++k;
-            continue;
-        }
-        // A run of longer codes under one first-level slot; the last is the
-        // longest, and its length sets the size of the second-level table.
+    for (k = kurz; k < gesamt;) {
         const uint32_t slot = umgekehrt[k] & (voll - 1);
         unsigned ende = k + 1;
         while (ende < gesamt && (umgekehrt[ende] & (voll - 1)) == slot) ++ende;
-        const unsigned sb = laenge_von[ende - 1] - tb;
+        const unsigned sb = laenge_von[ende - 1] - tb;  // cppcheck-suppress uninitvar
         const size_t groesse = size_t(1) << sb;
         if (frei_ab + groesse > platz) return false;  // cannot happen, see kLPlatz
         uint32_t* unter = tab + frei_ab;
-        if (luecken) std::fill(unter, unter + groesse, kFalsch | (kMaxBits - tb));
+        if (luecken) std::fill(unter, unter + groesse, kFalsch | (kMaxBits - tb) << 8 | (kMaxBits - tb));
         tab[slot] = kZeiger | sb << 8 | tb | uint32_t(frei_ab) << 16;
         for (; k < ende; ++k) {
             const unsigned lk = laenge_von[k] - tb;
-            const uint32_t ek = vorlage[folge[k]] | lk;
+            const uint32_t ek = vorlage[folge[k]] + (lk << 8 | lk);
             for (uint32_t i = umgekehrt[k] >> tb; i < groesse; i += 1u << lk) unter[i] = ek;
         }
         frei_ab += groesse;
@@ -190,7 +232,7 @@ inline uint32_t suche(const uint32_t* tab, unsigned tb, uint64_t b, unsigned& bi
         bits = tb;
         e = tab[(e >> 16) + ((b >> tb) & ((1u << ((e >> 8) & 15)) - 1))];
     }
-    bits += e & 15;
+    bits += (e >> 8) & 15;
     return e;
 }
 
@@ -214,16 +256,23 @@ const FesteTabellen& feste() {
     return t;
 }
 
-// A match of `len` bytes from `ab` back, with room for kAusRand bytes from o.
+// A match of `len` bytes from `ab` back, with room for kKopierRand bytes from o.
 inline unsigned char* kopiere(unsigned char* o, size_t ab, size_t len) {
     unsigned char* const ende = o + len;
     const unsigned char* s = o - ab;
     if (ab >= 8) {
-        do {
-            kopier8(o, s);
-            o += 8;
-            s += 8;
-        } while (o < ende);
+        // Most matches are short: two words without a test.
+        kopier8(o, s);
+        kopier8(o + 8, s + 8);
+        if (len > 16) {
+            o += 16;
+            s += 16;
+            do {
+                kopier8(o, s);
+                o += 8;
+                s += 8;
+            } while (o < ende);
+        }
     } else if (ab == 1) {
         const uint64_t v = 0x0101010101010101ull * s[0];
         do {
@@ -237,9 +286,17 @@ inline unsigned char* kopiere(unsigned char* o, size_t ab, size_t len) {
         // which word copies can use.
         const unsigned periode = unsigned(ab) * 8;
         const uint64_t muster = lade64(s) & ((uint64_t(1) << periode) - 1);
-        uint64_t wort = muster;
-        for (unsigned k = periode; k < 64; k += periode) wort |= muster << k;
-        speichere64(o, wort);
+        // Copies of the pattern every `periode` bits; they do not overlap, so
+        // a product places them all.
+        static constexpr uint64_t kWiederhol[8] = {0,
+                                                  0,
+                                                  0x0001000100010001ull,
+                                                  0x0001000001000001ull,
+                                                  0x0000000100000001ull,
+                                                  0x0000010000000001ull,
+                                                  0x0001000000000001ull,
+                                                  0x0100000000000001ull};
+        speichere64(o, muster * kWiederhol[ab]);
         static constexpr uint8_t kSchritt[8] = {0, 0, 8, 9, 8, 10, 12, 14};
         const size_t schritt = kSchritt[ab];
         for (o += 8; o < ende; o += 8) kopier8(o, o - schritt);
@@ -249,6 +306,8 @@ inline unsigned char* kopiere(unsigned char* o, size_t ab, size_t len) {
 
 class Inflater {
 public:
+    // The code tables are filled by each block before they are read.
+    // cppcheck-suppress uninitMemberVar
     Inflater(const unsigned char* q, size_t n, unsigned char* z, size_t kap) : q_(q), n_(n), z_(z), kap_(kap) {}
 
     int64_t lauf() {
@@ -372,58 +431,86 @@ private:
 
     enum class Halt { Rand, Blockende, Fehler };
 
-    // Symbols while at least kEinRand input bytes and kAusRand output bytes
-    // remain: one refill per round gives 56 bits or more, and a match takes at
-    // most 15 + 5 + 15 + 13 of them, so nothing inside checks a bound.
+    // Symbols while at least kEinRand input bytes and kKopierRand output bytes
+    // remain (kAusRand near the end): one refill per round gives 56 bits or
+    // more, and a match takes at most 15 + 5 + 15 + 13 of them, so nothing
+    // inside checks the input, and only near the end does a match look at the
+    // room left for it.
+    template <bool kNahe>
     Halt schnell(const uint32_t* lt, const uint32_t* at) {
         const unsigned char* p = q_ + i_;
         const unsigned char* const q_rand = q_ + n_ - kEinRand;
+        unsigned char* const anfang = z_;
         unsigned char* o = z_ + o_;
-        unsigned char* const z_rand = z_ + kap_ - kAusRand;
+        unsigned char* const z_ende = z_ + kap_;
+        unsigned char* const z_rand = z_ende - (kNahe ? kAusRand : kKopierRand);
         uint64_t b = puffer_;
         unsigned a = anzahl_;
         Halt halt = Halt::Rand;
-        while (p <= q_rand && o <= z_rand) {
+        // After a refill all 64 bits of b are input, though only a >= 56 are
+        // counted; a lookup may use the uncounted ones.
+        const auto nachfuellen = [&b, &a, &p] {
             b |= lade64(p) << a;
             p += (63 - a) >> 3;
             a |= 56;
-            uint32_t e = lt[b & ((1u << kLBits) - 1)];
+        };
+        nachfuellen();
+        uint32_t e = lt[b & kLMaske];
+        // At the top of each round the buffer is full and e is the entry for
+        // its low bits.
+        while (p <= q_rand && o <= z_rand) {
             if (e & kLit) {
-                // A first-level literal takes at most kLBits of the 56 bits or
-                // more: five fit. Its kind bits lie above bit 5, so the entry
-                // is its own shift count.
+                // Four first-level literals take at most 44 bits, which leaves
+                // 20 for the lookup after them.
                 b >>= e & 63;
-                a -= e & 15;
+                a -= e & 63;
                 *o++ = uint8_t(e >> 16);
-                for (unsigned r = 1; r < 56 / kLBits; ++r) {
-                    e = lt[b & ((1u << kLBits) - 1)];
-                    if (!(e & kLit)) break;
+                e = lt[b & kLMaske];
+                if (e & kLit) {
                     b >>= e & 63;
-                    a -= e & 15;
+                    a -= e & 63;
                     *o++ = uint8_t(e >> 16);
+                    e = lt[b & kLMaske];
+                    if (e & kLit) {
+                        b >>= e & 63;
+                        a -= e & 63;
+                        *o++ = uint8_t(e >> 16);
+                        e = lt[b & kLMaske];
+                        if (e & kLit) {
+                            b >>= e & 63;
+                            a -= e & 63;
+                            *o++ = uint8_t(e >> 16);
+                            e = lt[b & kLMaske];
+                        }
+                    }
                 }
+                nachfuellen();
                 continue;
             }
+            // A match takes at most 15 + 5 + 15 + 13 bits, and one whose
+            // length code fits the first level at most 44, which leaves the
+            // bits for the next lookup; a longer code refills.
             if (e & kZeiger) {
                 b >>= kLBits;
                 a -= kLBits;
+                nachfuellen();
                 e = lt[(e >> 16) + (b & ((1u << ((e >> 8) & 15)) - 1))];
             }
-            b >>= e & 15;
-            a -= e & 15;
+            uint64_t vorher = b;
+            b >>= e & 63;
+            a -= e & 63;
             if (e & kLit) {
                 *o++ = uint8_t(e >> 16);
+                e = lt[b & kLMaske];
+                nachfuellen();
                 continue;
             }
             if (!(e & kLaenge)) {
                 halt = (e & kEnde) ? Halt::Blockende : Halt::Fehler;
                 break;
             }
-            unsigned x = (e >> 8) & 15;
-            const size_t len = (e >> 16) + (b & ((1u << x) - 1));
-            b >>= x;
-            a -= x;
-            uint32_t d = at[b & ((1u << kABits) - 1)];
+            const size_t len = (e >> 16) + ((vorher & ((uint64_t(1) << (e & 63)) - 1)) >> ((e >> 8) & 15));
+            uint32_t d = at[b & kAMaske];
             if (d & kZeiger) {
                 b >>= kABits;
                 a -= kABits;
@@ -433,21 +520,30 @@ private:
                 halt = Halt::Fehler;
                 break;
             }
-            b >>= d & 15;
-            a -= d & 15;
-            x = (d >> 8) & 15;
-            const size_t ab = (d >> 16) + (b & ((1u << x) - 1));
-            b >>= x;
-            a -= x;
-            if (ab > size_t(o - z_)) {
+            vorher = b;
+            b >>= d & 63;
+            a -= d & 63;
+            const size_t ab = (d >> 16) + ((vorher & ((uint64_t(1) << (d & 63)) - 1)) >> ((d >> 8) & 15));
+            if (ab > size_t(o - anfang)) {
                 halt = Halt::Fehler;
                 break;
             }
-            o = kopiere(o, ab, len);
+            if (kNahe && size_t(z_ende - o) < kKopierRand) {
+                // Near the end of the output, as the careful reader copies.
+                const size_t m = std::min(len, size_t(z_ende - o));
+                const unsigned char* const s = o - ab;
+                for (size_t k = 0; k < m; ++k) o[k] = s[k];  // overlapping copies repeat
+                o += m;
+                if (o == z_ende) break;
+            } else {
+                o = kopiere(o, ab, len);
+            }
+            e = lt[b & kLMaske];
+            nachfuellen();
         }
         // Back to the careful reader's state: no bits kept above the count.
         i_ = size_t(p - q_);
-        o_ = size_t(o - z_);
+        o_ = size_t(o - anfang);
         puffer_ = b & ((uint64_t(1) << a) - 1);
         anzahl_ = a;
         return halt;
@@ -456,8 +552,12 @@ private:
     // Literal and length/distance symbols up to the end of the block.
     bool codes(const uint32_t* lt, const uint32_t* at) {
         if (leer_) return true;
+        if (n_ - i_ >= kEinRand && kap_ - o_ >= kKopierRand) {
+            const Halt h = schnell<false>(lt, at);
+            if (h != Halt::Rand) return h == Halt::Blockende;
+        }
         if (n_ - i_ >= kEinRand && kap_ - o_ >= kAusRand) {
-            const Halt h = schnell(lt, at);
+            const Halt h = schnell<true>(lt, at);
             if (h != Halt::Rand) return h == Halt::Blockende;
         }
         // Near either end: each step checked, bits past the data read as zeros.
@@ -476,17 +576,17 @@ private:
                 continue;
             }
             if (e & kEnde) return true;
-            const size_t len = (e >> 16) + bits((e >> 8) & 15);
+            const size_t len = (e >> 16) + bits((e & 63) - ((e >> 8) & 15));
             if (anzahl_ < kMaxBits) fuellen();
             const uint32_t d = suche(at, kABits, puffer_, lang);
             if (d & kFalsch) return false;
             if (lang > anzahl_) leer_ = true;
             if (leer_) return true;
             weg(lang);
-            const size_t ab = (d >> 16) + bits((d >> 8) & 15);
+            const size_t ab = (d >> 16) + bits((d & 63) - ((d >> 8) & 15));
             if (leer_) return true;
             if (ab > o_) return false;
-            if (kap_ - o_ >= kAusRand) {
+            if (kap_ - o_ >= kKopierRand) {
                 o_ = size_t(kopiere(z_ + o_, ab, len) - z_);
             } else {
                 const size_t ende = std::min(o_ + len, kap_);

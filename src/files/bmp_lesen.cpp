@@ -73,8 +73,7 @@ void CBmp::speicher1(int count) {
         // header read brings it back when needed.
         speichfrei();
         puffer32anzahl = count;
-        // Not cleared: a hostile width asks for gigabytes here, and only what
-        // the file holds is ever read into it.
+        // Not cleared: only what the file holds is ever read into it.
         puffer32.reset(new unsigned int[size_t(count)]);
     }
 }
@@ -202,19 +201,24 @@ int CBmp::einbmp0(const wchar_t* name) {
 int CBmp::einbmp1(unsigned char* row) {
     int result = 0;
     if (bitcount == 32) {
-        speicher1(breite);
-        size_t n = size_t(std::max(breite, 0));
-        const size_t gelesen = n ? std::fread(puffer32.get(), 1, 4 * n, datei.get()) : 0;
-        if (gelesen < 4 * n) {
-            // Only the pixels that came are unpacked: the rest of the row
-            // buffer holds nothing of this row (for a hostile width,
-            // gigabytes that were never touched).
-            result = 3;
-            n = gelesen / 4;
+        // The row goes through the row buffer a piece at a time, so a
+        // hostile width costs no buffer of its size; a short read unpacks
+        // only the pixels that came.
+        constexpr int kStueck32 = 16384;
+        speicher1(std::min(std::max(breite, 1), kStueck32));
+        const size_t n = size_t(std::max(breite, 0));
+        for (size_t a = 0; a < n && result == 0;) {
+            size_t m = std::min(n - a, size_t(kStueck32));
+            const size_t gelesen = std::fread(puffer32.get(), 1, 4 * m, datei.get());
+            if (gelesen < 4 * m) {
+                result = 3;
+                m = gelesen / 4;
+            }
+            auto* bytes = reinterpret_cast<unsigned char*>(puffer32.get());
+            for (size_t i = 0; i < m; ++i) puffer32[i] = bild::le32(bytes + 4 * i);
+            wandel32(puffer32.get(), int(m), row + 3 * a);
+            a += m;
         }
-        auto* bytes = reinterpret_cast<unsigned char*>(puffer32.get());
-        for (size_t i = 0; i < n; ++i) puffer32[i] = bild::le32(bytes + 4 * i);
-        wandel32(puffer32.get(), int(n), row);
         const int64_t daten = 4 * int64_t(breite);
         if (stride > daten && !ueberspringe(stride - daten)) result = 3;
         return result;

@@ -1,6 +1,3 @@
 // libFuzzer target: the BMP reader on arbitrary bytes.
 #include "fuzz_ziel.h"
-
-extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-    return fuzz::lauf(data, size, "bmp", false);
-}
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* d, size_t n) { return fuzz::lauf(d, n, "bmp", false); }

@@ -8,11 +8,8 @@
 
 struct CodecSaat {
     using Quelle = std::vector<Bytes> (*)();
+    struct Eintrag { const char* ziel; Quelle quelle; };
     CodecSaat(const char* ziel, Quelle quelle) { alle().push_back({ziel, quelle}); }
-    struct Eintrag {
-        const char* ziel;
-        Quelle quelle;
-    };
     static std::vector<Eintrag>& alle() {
         static std::vector<Eintrag> liste;
         return liste;

@@ -1,26 +1,27 @@
-// Builders of image file bytes from a few parameters, shared by the tests
-// and the fuzz seed generator (no test framework in here).
+// Builders of image file bytes from a few parameters (BMP, TIFF in either byte
+// order, classic or BigTIFF, raw) and TIFF's LZW as encoders write it, shared
+// by the tests and the fuzz seed generator (no test framework in here).
 #pragma once
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
+#include <map>
 #include <vector>
 
 using Bytes = std::vector<unsigned char>;
 
-inline void put16(Bytes& b, size_t at, uint32_t v) {
-    b[at] = uint8_t(v);
-    b[at + 1] = uint8_t(v >> 8);
-}
+inline void put16(Bytes& b, size_t at, uint32_t v) { b[at] = uint8_t(v), b[at + 1] = uint8_t(v >> 8); }
 inline void put32(Bytes& b, size_t at, uint32_t v) {
     for (int i = 0; i < 4; ++i) b[at + size_t(i)] = uint8_t(v >> (8 * i));
 }
+// `b` with the n bytes at `at` (1, 2 or 4) set to v.
+inline Bytes mit(Bytes b, size_t at, uint32_t v, int n = 4) { return n == 4 ? put32(b, at, v) : n == 2 ? put16(b, at, v) : void(b[at] = uint8_t(v)), b; }
 inline uint32_t get16(const Bytes& b, size_t at) { return b[at] | (b[at + 1] << 8); }
-inline uint32_t get32(const Bytes& b, size_t at) {
-    return uint32_t(b[at]) | (uint32_t(b[at + 1]) << 8) | (uint32_t(b[at + 2]) << 16) | (uint32_t(b[at + 3]) << 24);
-}
+inline uint32_t get32(const Bytes& b, size_t at) { return get16(b, at) | get16(b, at + 2) << 16; }
 
-// A BMP of `bits` per pixel whose stored rows (bottom-up unless topdown) are
-// given whole, padding included. Rows are given top row first.
+// A BMP of `bits` per pixel; rows are given top row first, whole (padding
+// included), and stored bottom-up unless topdown.
 struct BmpBau {
     int bits = 24, breite = 1, hoehe = 1;
     bool topdown = false;
@@ -42,29 +43,115 @@ struct BmpBau {
     }
 
     Bytes bau(const std::vector<Bytes>& zeilen_oben_zuerst) const {
-        Bytes b(54, 0);
-        b[0] = 'B';
-        b[1] = 'M';
-        for (uint32_t m : masken) {
-            b.resize(b.size() + 4);
-            put32(b, b.size() - 4, m);
-        }
+        Bytes b(54 + 4 * masken.size(), 0);
+        for (size_t i = 0; i < masken.size(); ++i) put32(b, 54 + 4 * i, masken[i]);
         b.insert(b.end(), farbtabelle.begin(), farbtabelle.end());
         const uint32_t off = datenoffset >= 0 ? uint32_t(datenoffset) : uint32_t(b.size());
-        if (off > b.size()) b.resize(off, 0xEE);
-        put32(b, 10, off);
-        put32(b, 14, 40);
-        put32(b, 18, uint32_t(breite));
-        put32(b, 22, uint32_t(topdown ? -hoehe : hoehe));
-        put16(b, 26, 1);
-        put16(b, 28, uint32_t(bits));
-        put32(b, 30, kompression);
-        Bytes out(b.begin(), b.begin() + off);
+        b.resize(std::max<size_t>(off, b.size()), 0xEE);
+        b[0] = 'B', b[1] = 'M', put32(b, 10, off), put32(b, 14, 40), put32(b, 18, uint32_t(breite));
+        put32(b, 22, uint32_t(topdown ? -hoehe : hoehe)), put16(b, 26, 1), put16(b, 28, uint32_t(bits)), put32(b, 30, kompression);
+        b.resize(off);
         for (size_t i = 0; i < zeilen_oben_zuerst.size(); ++i) {
             const Bytes& z = zeilen_oben_zuerst[topdown ? i : zeilen_oben_zuerst.size() - 1 - i];
-            out.insert(out.end(), z.begin(), z.end());
+            b.insert(b.end(), z.begin(), z.end());
         }
-        put32(out, 2, uint32_t(out.size()));
-        return out;
+        put32(b, 2, uint32_t(b.size()));
+        return b;
+    }
+};
+
+// A raw file: the header from a few fields, `zusatz` bytes of extra header, the rows.
+inline Bytes raw(int32_t breite, int32_t hoehe, int32_t bits, int32_t farbtyp, const Bytes& zeilen, uint32_t zusatz = 0) {
+    Bytes b(49 + zusatz, 0xEE);
+    std::memcpy(b.data(), "KVX RawImage", 13);
+    put32(b, 13, 1), put32(b, 17, uint32_t(breite)), put32(b, 21, uint32_t(hoehe)), put32(b, 25, 1);
+    put32(b, 29, uint32_t(bits)), put32(b, 33, uint32_t(farbtyp)), put32(b, 37, zusatz);
+    put32(b, 41, uint32_t(bits / 8)), put32(b, 45, uint32_t(int64_t(breite) * bits / 8));
+    b.insert(b.end(), zeilen.begin(), zeilen.end());
+    return b;
+}
+
+// Clear first; codes widen when the next free code passes the width; Clear
+// again when the table is full (4094 entries).
+inline Bytes lzw(const Bytes& d) {
+    Bytes out;
+    uint32_t acc = 0;
+    int nacc = 0, breite = 9, frei = 258, w = -1;
+    std::map<std::pair<int, int>, int> tab;
+    auto code = [&](int c) {
+        acc = (acc << breite) | uint32_t(c);
+        for (nacc += breite; nacc >= 8; nacc -= 8) out.push_back(uint8_t(acc >> (nacc - 8)));
+    };
+    auto neu = [&] {
+        if (++frei == 4094) code(256), tab.clear(), frei = 258, breite = 9;
+        else if (frei > (1 << breite) - 1) ++breite;
+    };
+    code(256);
+    for (uint8_t c : d) {
+        auto it = tab.find({w, c});
+        if (w < 0 || it != tab.end()) {
+            w = w < 0 ? c : it->second;
+            continue;
+        }
+        code(w), tab[{w, c}] = frei, neu(), w = c;
+    }
+    if (w >= 0) code(w), neu();
+    code(257);
+    if (nacc) out.push_back(uint8_t(acc << (8 - nacc)));
+    return out;
+}
+
+// TIFF with any tags and the given strips or tiles; offsets and byte counts
+// of the segments are added unless a test sets them.
+struct TiffBau {
+    bool mm = false, big = false, kacheln = false;
+    std::map<uint16_t, std::pair<uint16_t, std::vector<uint64_t>>> felder;  // tag -> type, values
+    std::vector<Bytes> segmente;
+
+    void feld(uint16_t tag, uint16_t typ, std::vector<uint64_t> werte) { felder[tag] = {typ, std::move(werte)}; }
+
+    // One strip of `daten`, SHORT and LONG tags.
+    static TiffBau bild(uint32_t breite, uint32_t hoehe, int bits, int spp, int photometric, Bytes daten) {
+        TiffBau t;
+        t.felder = {{256, {4, {breite}}}, {257, {4, {hoehe}}}, {258, {3, std::vector<uint64_t>(size_t(spp), uint64_t(bits))}},
+                    {259, {3, {1}}}, {262, {3, {uint64_t(photometric)}}}, {277, {3, {uint64_t(spp)}}}, {278, {4, {hoehe}}}};
+        t.segmente = {std::move(daten)};
+        return t;
+    }
+
+    void put(Bytes& b, size_t at, uint64_t v, size_t n) const {
+        for (size_t i = 0; i < n; ++i) b[at + (mm ? n - 1 - i : i)] = uint8_t(v >> (8 * i));
+    }
+
+    Bytes bau() const {
+        auto f = felder;
+        const size_t vs = big ? 8 : 4, cs = big ? 8 : 2, es = big ? 20 : 12;
+        Bytes b(2 * vs, 0);
+        b[0] = b[1] = mm ? 'M' : 'I';
+        put(b, 2, big ? 43 : 42, 2);
+        std::vector<uint64_t> off, anz;
+        for (const Bytes& s : segmente) off.push_back(b.size()), anz.push_back(s.size()), b.insert(b.end(), s.begin(), s.end());
+        f.insert({uint16_t(kacheln ? 324 : 273), {big ? 16 : 4, off}});
+        f.insert({uint16_t(kacheln ? 325 : 279), {big ? 16 : 4, anz}});
+        b.resize(b.size() + (b.size() & 1));
+        const size_t ifd = b.size();
+        put(b, 4, big ? 8 : ifd, big ? 2 : 4);
+        if (big) put(b, 8, ifd, 8);
+        b.resize(ifd + cs + f.size() * es + vs, 0), put(b, ifd, f.size(), cs);
+        size_t e = ifd + cs;
+        for (const auto& [tag, tw] : f) {
+            const size_t g = tw.first == 3 ? 2 : tw.first == 4 ? 4 : tw.first == 16 ? 8 : 1;
+            Bytes werte(g * tw.second.size());
+            for (size_t i = 0; i < tw.second.size(); ++i) put(werte, i * g, tw.second[i], g);
+            put(b, e, tag, 2), put(b, e + 2, tw.first, 2), put(b, e + 4, tw.second.size(), vs);
+            if (werte.size() > vs) {  // out of line, after everything else
+                put(b, e + 4 + vs, b.size(), vs);
+                b.insert(b.end(), werte.begin(), werte.end());
+            } else {
+                std::copy(werte.begin(), werte.end(), b.begin() + long(e + 4 + vs));
+            }
+            e += es;
+        }
+        return b;
     }
 };

@@ -173,8 +173,9 @@ TEST_F(Konverter, EachFileCostsWhatItHoldsAndNoEarlierPixelReachesAnOutput) {
     }
     CBILD b(0, 0);
     EXPECT_EQ(V({b.bildlese(wpfad("kachel.tif.tif").c_str()), b.breite * b.hoehe}), V({0, 100}));
-    // A file whose rows write no pixel (2-bit BMP) after one that filled the heap: its image is zero.
-    schreib_datei(pfad("voll.bmp"), bmp(8, 64, 64, 0xAB)), schreib_datei(pfad("zwei.bmp"), bmp(2, 60, 60, 0xFF));
+    // A file whose rows bring no pixel (2-bit BMP) after one of the same size: its image is zero,
+    // not the earlier pixels of the image kept for it.
+    schreib_datei(pfad("voll.bmp"), bmp(8, 64, 64, 0xAB)), schreib_datei(pfad("zwei.bmp"), bmp(2, 64, 64, 0xFF));
     const Lauf l = starte(dir, {{"voll.bmp", "OK"}, {"zwei.bmp", "OK"}});
     const Bytes t = lies_datei(pfad("zwei.bmp.tif"));
     EXPECT_TRUE(l.aus == l.soll && t.size() > 3600u && Bytes(t.end() - 3600, t.end()) == Bytes(3600, 0));

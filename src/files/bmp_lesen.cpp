@@ -241,6 +241,11 @@ int CBmp::einbmp1(unsigned char* row) {
             int x = 0;
             for (int s = 0; s < stride && x < breite; ++s)
                 for (int bit = 7; bit >= 0 && x < breite; --bit) row[x++] = ((src[s] >> bit) & 1) ? 254 : 0;
+        } else {
+            // Other bit counts below 8 bring rows but no pixels: the row is
+            // 0, also in an image kept from an earlier read of the same size,
+            // so no earlier file's pixels reach this one's output.
+            std::memset(row, 0, size_t(breite));
         }
         return result;
     }

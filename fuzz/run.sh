@@ -9,11 +9,7 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 seconds=${1:-12}
 shift || true
-targets=${*:-}
-if [ -z "$targets" ]; then
-    targets="bmp bia raw tiff konvert"
-    for c in inflate lzw packbits ccitt jpeg; do [ -f "fuzz/fuzz_$c.cpp" ] && targets="$targets $c"; done
-fi
+targets=${*:-bmp bia raw tiff konvert inflate lzw packbits ccitt jpeg}
 
 need=""
 for p in clang libclang-rt-14-dev; do dpkg -s "$p" >/dev/null 2>&1 || need="$need $p"; done
@@ -29,19 +25,14 @@ cmake --build build-fuzz -j"$(nproc)" --target fuzz_saat $(for t in $targets; do
 mkdir -p build-fuzz/crashes
 build-fuzz/fuzz_saat build-fuzz/seeds >/dev/null
 status=0
-# AddressSanitizer keeps freed blocks in a quarantine of 256 MiB by default;
-# with images of up to 64 MiB of row table per input that alone would reach
-# the resident limit, so it keeps less.
+# AddressSanitizer's quarantine of freed blocks (256 MiB by default) alone
+# would reach the resident limit with 64 MiB row tables: it keeps less.
 export ASAN_OPTIONS="${ASAN_OPTIONS:-quarantine_size_mb=32}"
 for t in $targets; do
     mkdir -p "build-fuzz/corpus/$t"
-    # Images may declare up to 4 GiB of pixels that are never touched; the
-    # malloc limit lets such allocations through, while what a file may make
-    # us touch is bounded by its size (at most 2560 bytes per byte of LZW
-    # data, 128 KiB inputs: 320 MiB, then the sanitizers' own memory), so the
-    # resident limit of 512 MiB catches a reader that touches more.
-    # The instrumented build runs several times slower than the product, so
-    # a unit counts as a hang after 5 s here (1 s in a plain build).
+    # Untouched reservations of up to 4 GiB pass the malloc limit; what a file
+    # may make us touch (at most 2560 bytes per input byte, inputs of 128 KiB)
+    # stays below the resident limit. A unit hangs after 5 s (instrumented).
     log="build-fuzz/fuzz_$t.log"
     if ! "build-fuzz/fuzz_$t" -max_total_time="$seconds" -timeout=5 -max_len=131072 \
         -malloc_limit_mb=4400 -rss_limit_mb=512 -print_final_stats=1 \

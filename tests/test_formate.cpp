@@ -3,7 +3,7 @@
 // over), refusals and file errors with their codes, rows read in batches from
 // files larger than the stream buffer; per format one table row per case
 // (bit counts, row orders, offsets, masks, damaged fields) and header bytes;
-// Pillow and ImageMagick read our BMPs; the whole-file loader.
+// the whole-file loader.
 #include <cctype>
 #include <climits>
 #include <cstring>
@@ -244,21 +244,6 @@ TEST_F(Formate, BmpWriterHeaderGrayTableAndSixteenBitStride) {
     EXPECT_EQ(V({zurueck.bildlese(wpfad("t.bmp").c_str()), zurueck.breite, zurueck.zeile[0][65535],
                  gepolstert.bildspeich(wpfad("t.bmp").c_str())}),
               V({0, 65536, 7, 12}));
-}
-
-TEST_F(Formate, PillowAndImageMagickReadOurBmps) {
-    if (!hat_pillow()) GTEST_SKIP() << "Pillow for /usr/bin/python3 not installed";
-    const std::string py = "import sys; from PIL import Image; im = Image.open(sys.argv[1]); "
-                           "sys.stdout.buffer.write(im.mode.encode() + b' ' + im.tobytes())";
-    for (int bpp : {1, 3, 2}) {  // 16 bits: Pillow opens it (as 5-5-5 colour)
-        CBILD a(0, 0);
-        muster_bild(a, 37, 5, bpp, 4), schreibe(a, "t.bmp");  // flag 4: red, green, blue as Pillow gives them
-        int status = -1;
-        const std::string out = laufe("/usr/bin/python3 -c \"" + py + "\" '" + pfad("t.bmp") + "'", &status);
-        const std::string soll(a.puffer, a.puffer + a.puffergroesse), magick = bpp == 1 ? " -depth 8 gray:-" : " -depth 8 rgb:-";
-        EXPECT_TRUE(status == 0 && (bpp == 2 || out == (bpp == 1 ? "L " : "RGB ") + soll)) << bpp;
-        EXPECT_TRUE(bpp == 2 || !hat("convert") || laufe("convert '" + pfad("t.bmp") + "'" + magick) == soll) << bpp;
-    }
 }
 
 TEST_F(Formate, BiaRawHeaderBytesOfBothWriters) {

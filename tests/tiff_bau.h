@@ -1,1 +1,0 @@
-#include "bau.h"  // merged into bau.h

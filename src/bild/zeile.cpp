@@ -38,9 +38,10 @@ void tausche_aussen(const T* __restrict src, size_t n, T* __restrict dst) {
     size_t k = 3;  // element index, on a pixel boundary
     for (; k + kBlock + 2 <= 3 * n; k += kBlock) {
         const T* s = src + k;
+        const T* z = src + k - 2;  // k >= 3: the samples two back (no index below 0)
         T* d = dst + k;
         for (size_t j = 0; j < kBlock; ++j)
-            d[j] = T((s[j + 2] & m.vor[j]) | (s[j] & m.mitte[j]) | (s[j - 2] & m.zurueck[j]));
+            d[j] = T((s[j + 2] & m.vor[j]) | (s[j] & m.mitte[j]) | (z[j] & m.zurueck[j]));
     }
     for (size_t i = k / 3; i < n; ++i) pixel(i);
 }

@@ -9,6 +9,7 @@
 #include <cstdlib>
 #include <new>
 #include <string>
+#include <vector>
 
 #include "bildlib.h"
 
@@ -33,6 +34,19 @@ inline int lauf(const uint8_t* data, size_t size, const char* ext, bool schreibe
     } catch (const std::bad_alloc&) {
     }
     return std::remove(ein.c_str()), std::remove(aus.c_str()), 0;
+}
+
+// A byte-stream decoder on arbitrary bytes: the first two give kap (top bit:
+// times 8), the output buffer is exactly kap bytes, so AddressSanitizer sees a
+// write beyond; a result outside [-1, kap] (PackBits: [0, kap]) aborts.
+inline int strom(const uint8_t* data, size_t size, int64_t (*f)(const unsigned char*, size_t, unsigned char*, size_t),
+                 int64_t kleinster = -1) {
+    if (size < 2) return 0;
+    const size_t v = size_t(data[0]) << 8 | data[1], kap = v & 0x8000 ? (v & 0x7FFF) * 8 : v;
+    std::vector<unsigned char> ziel(kap);
+    const int64_t r = f(data + 2, size - 2, ziel.data(), kap);
+    if (r < kleinster || r > int64_t(kap)) std::abort();
+    return 0;
 }
 
 }  // namespace fuzz

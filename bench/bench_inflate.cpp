@@ -15,6 +15,7 @@
 #include <string>
 #include <vector>
 
+#include "foto.h"
 #include "files/codec/inflate.h"
 
 #ifdef BILD_BENCH_ZLIB
@@ -27,24 +28,6 @@ using Bytes = std::vector<unsigned char>;
 
 constexpr uint32_t kBreite = 1200, kHoehe = 800;
 constexpr size_t kZeile = size_t(kBreite) * 3;
-
-Bytes foto() {
-    Bytes b(kZeile * kHoehe);
-    uint32_t x = 12345;
-    for (uint32_t y = 0; y < kHoehe; ++y)
-        for (uint32_t s = 0; s < kBreite; ++s)
-            for (uint32_t k = 0; k < 3; ++k) {
-                x = x * 1103515245u + 12345u;
-                // A quiet sky over the upper third, busier ground below it.
-                const uint32_t z = (x >> 16) % 16;
-                const int rauschen = y < kHoehe / 3 ? (z == 0) - (z == 1) : int(z % 5) - 2;
-                const int dx = int(s) - 700, dy = int(y) - 400;
-                int v = int((s * (k + 1) / 16 + y * (3 - k) / 12) % 200) + (dx * dx + dy * dy < 250 * 250 ? 50 : 0);
-                v += rauschen;
-                b[(size_t(y) * kBreite + s) * 3 + k] = uint8_t(v < 0 ? 0 : v > 255 ? 255 : v);
-            }
-    return b;
-}
 
 // Each sample minus the same sample of the pixel to its left, row by row.
 Bytes praediktor(const Bytes& d) {
@@ -127,7 +110,7 @@ Strom packen(const Bytes& d, int, size_t teil) {
 #endif
 
 const Bytes& daten(int art) {
-    static const Bytes f = foto(), p = praediktor(f), t = text();
+    static const Bytes f = foto(kBreite, kHoehe, 700, 400, 250), p = praediktor(f), t = text();
     return art == 0 ? f : art == 1 ? p : t;
 }
 

@@ -15,6 +15,7 @@
 #include <string>
 #include <vector>
 
+#include "foto.h"
 #include "files/codec/lzw.h"
 #include "files/codec/packbits.h"
 
@@ -29,25 +30,6 @@ using Bytes = std::vector<unsigned char>;
 
 constexpr uint32_t kBreite = 2000, kHoehe = 1500, kStreifen = 64;
 constexpr size_t kZeile = size_t(kBreite) * 3;
-
-Bytes foto() {
-    Bytes b(kZeile * kHoehe);
-    uint32_t x = 12345;
-    for (uint32_t y = 0; y < kHoehe; ++y)
-        for (uint32_t s = 0; s < kBreite; ++s)
-            for (uint32_t k = 0; k < 3; ++k) {
-                x = x * 1103515245u + 12345u;
-                // A quiet sky over the upper third, busier ground below it.
-                const uint32_t z = (x >> 16) % 16;
-                const int rauschen = y < kHoehe / 3 ? (z == 0) - (z == 1) : int(z % 5) - 2;
-                // Two crossing ramps and a bright disc, different per sample.
-                const int dx = int(s) - 1200, dy = int(y) - 600;
-                int v = int((s * (k + 1) / 16 + y * (3 - k) / 12) % 200) + (dx * dx + dy * dy < 300 * 300 ? 50 : 0);
-                v += rauschen;
-                b[(size_t(y) * kBreite + s) * 3 + k] = uint8_t(v < 0 ? 0 : v > 255 ? 255 : v);
-            }
-    return b;
-}
 
 struct Streifen {
     std::vector<Bytes> roh;  // compressed strips
@@ -69,7 +51,7 @@ struct Dateien {
 // Writes the image as a TIFF of `kompression` (and `praediktor`) and reads
 // its strips back raw.
 Streifen schreiben(uint16_t kompression, uint16_t praediktor) {
-    static const Bytes bild = foto();
+    static const Bytes bild = foto(kBreite, kHoehe, 1200, 600, 300);
     Streifen st;
     if (praediktor == 1) st.soll = bild.data();
     const char* t = std::getenv("TMPDIR");
@@ -205,7 +187,7 @@ Bytes packbits_packen(const unsigned char* d, size_t n) {
 }
 
 Streifen packen(Bytes (*packer)(const unsigned char*, size_t)) {
-    static const Bytes bild = foto();
+    static const Bytes bild = foto(kBreite, kHoehe, 1200, 600, 300);
     Streifen st;
     for (uint32_t y = 0; y < kHoehe; y += kStreifen) {
         const size_t n = std::min(kStreifen, kHoehe - y) * kZeile;

@@ -1,5 +1,7 @@
 // The TIFF writer. Its layout is fixed: header, 16 entries, the strip tables
 // (only for more than one strip), the two resolutions, then the rows.
+#include <fcntl.h>
+
 #include <algorithm>
 #include <cstring>
 
@@ -115,6 +117,14 @@ int CTiff::austiff0(CBILD* image, const wchar_t* name, int x, int y, int width, 
     for (uint32_t& o : streifenoffset_) o += tiff::kEigenerKopf + 8 * n;
 
     std::vector<unsigned char> kopf(aufloesung + 16);
+#ifdef __linux__
+    // Reserving the file's blocks at once spares the file system one
+    // reservation per block as the rows come. The size still grows only
+    // with the writes, so a failed write leaves the same partial file; where
+    // the file cannot reserve (a pipe, a device), nothing changes.
+    const uint64_t gesamt = kopf.size() + uint64_t(width) * uint64_t(height) * uint64_t(image->bpp);
+    (void)::fallocate(fileno(datei_.get()), FALLOC_FL_KEEP_SIZE, 0, off_t(gesamt));
+#endif
     unsigned char* p = kopf.data();
     p[0] = 'I';  // little-endian
     p[1] = 'I';
@@ -157,10 +167,10 @@ int CTiff::austiff1(CBILD* image) {
     const int bpp = image->bpp;
     const size_t zeile = size_t(breite_) * size_t(bpp);
     const size_t links = size_t(startx_) * size_t(bpp);
-    if (bpp == 1 || bpp == 2 || bpp == 4) {
-        // Samples go out as stored; rows that follow each other in memory
-        // go out in one write. Short writes are not reported for these
-        // depths: a failing disk shows when the file is closed.
+    if (bpp == 1 || bpp == 2 || bpp == 4 || (image->flag == 4 && (bpp == 3 || bpp == 6))) {
+        // Gray and chunky colour samples go out as stored; rows that follow
+        // each other in memory go out in one write. Short writes are not
+        // reported here: a failing disk shows when the file is closed.
         const unsigned char* lauf = nullptr;
         size_t laenge = 0;
         for (int i = 0; i < hoehe_; ++i) {
@@ -178,7 +188,8 @@ int CTiff::austiff1(CBILD* image) {
     }
     if (bpp != 3 && bpp != 6) return 0;
 
-    // Colour rows are converted into a block of rows and written together.
+    // Colour rows in other layouts are converted into a block of rows and
+    // written together.
     const size_t zeilen_pro_block = std::max<size_t>(1, (size_t(1) << 20) / zeile);
     std::vector<unsigned char> block(zeile * std::min<size_t>(zeilen_pro_block, size_t(hoehe_)));
     const size_t w = size_t(breite_), ebene = size_t(image->breite);
@@ -187,9 +198,7 @@ int CTiff::austiff1(CBILD* image) {
     for (int i = 0; i < hoehe_; ++i) {
         unsigned char* src = image->zeile[starty_ + i];
         unsigned char* dst = block.data() + gefuellt;
-        if (image->flag == 4) {
-            std::memcpy(dst, src + links, zeile);
-        } else if (bpp == 3) {
+        if (bpp == 3) {
             if (image->flag == 0)
                 wandelzeile8(0, src + links, breite_, dst);
             else

@@ -39,8 +39,15 @@ public:
     int austiff2();              // close; 4 when closing fails
 
 private:
+    // A segment's compressed bytes, and its rows where they cannot be
+    // decoded in place; one set per thread that decodes.
+    struct Puffer {
+        std::vector<unsigned char> roh, segment;
+    };
     int lies_band();
-    int lies_segment(size_t index, unsigned char* ziel, uint32_t zeilen);
+    int lies_segment(size_t index, unsigned char* ziel, uint32_t zeilen, Puffer& p);
+    template <class Ort, class Setzen>
+    int lies_segmente(CBILD* image, bool frisch, size_t anzahl, Ort ort, Setzen setzen);
     void platziere(const unsigned char* segment, uint32_t spalte, int ebene, int zeilen,
                    unsigned char* const* ziele);
 
@@ -78,15 +85,16 @@ private:
     uint32_t segbreite_ = 0, seghoehe_ = 0, quer_ = 0, runter_ = 0;
     int ebenen_ = 1;                   // planes read: 1 for chunky files
     bool kacheln_ = false;
-    bool direkt_ = true;               // chunky strips laid out like image rows
     size_t segzeile_ = 0, bandzeile_ = 0;
     std::vector<uint64_t> segoffset_, seglaenge_;
-    std::vector<unsigned char> band_, segment_, roh_;
+    std::vector<unsigned char> band_;
+    Puffer puffer_, hilfe_;            // this thread's; the helper's (see lies_segmente)
     std::vector<unsigned char*> bandzeilen_;  // the band's rows
     unsigned char achtel_[256][8] = {};        // a byte of 1-bit samples as eight image bytes
     int zeile_ = 0, bandende_ = 0;     // next row; first row after the band held
 
-    int lies_direkt(CBILD* image);
+    int lies_direkt(CBILD* image, bool frisch);
+    void wandle(const unsigned char* src, unsigned char* row) const;
     int lies_roh(uint64_t offset, unsigned char* ziel, size_t n);
     void nachbearbeiten(unsigned char* ziel, size_t zeilen);
 };

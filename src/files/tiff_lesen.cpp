@@ -3,6 +3,7 @@
 // and hand out its rows. Every size from the file is checked against the file
 // before it becomes an allocation, a seek or a loop bound, and what decoding
 // may cost is bounded by the bytes the file really holds.
+#include <sched.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -10,6 +11,8 @@
 #include <cerrno>
 #include <climits>
 #include <cstring>
+#include <exception>
+#include <thread>
 
 #include "app/dateiname.h"
 #include "bild/groesse.h"
@@ -464,7 +467,6 @@ int CTiff::eintiff0(const wchar_t* name) {
     runter_ = uint32_t(aufrunden(h, seghoehe_));
     segzeile_ = size_t(aufrunden(uint64_t(segbreite_) * proPixel * bits, 8));
     bandzeile_ = size_t(aufrunden(w * uint64_t(bandspp_) * bits, 8));
-    direkt_ = !kacheln_ && ebenen_ == 1 && zeilenart_ == kKopie;
     uint64_t segbytes = 0, segmente = 0;
     // Each segment holds at least one byte, so there cannot be more than
     // the file has bytes.
@@ -534,22 +536,26 @@ void CTiff::nachbearbeiten(unsigned char* ziel, size_t zeilen) {
         for (size_t i = 0; i < erwartet; ++i) ziel[i] = uint8_t(~ziel[i]);
 }
 
-int CTiff::lies_segment(size_t index, unsigned char* ziel, uint32_t zeilen) {
+// Segment `index` decoded into `ziel`, or into p.segment when ziel is null.
+// Reads only the reader's plan, so two threads with a Puffer each may
+// decode at once.
+int CTiff::lies_segment(size_t index, unsigned char* ziel, uint32_t zeilen, Puffer& p) {
     const uint64_t offset = segoffset_[index], n = seglaenge_[index];
     const size_t erwartet = segzeile_ * zeilen;
     const auto* d = static_cast<const Dekoder*>(dekoder_);
     if (!ziel) {
-        if (segment_.size() < erwartet) segment_.resize(erwartet);
-        ziel = segment_.data();
+        // Two bytes of slack, as a band row has (see bits_bei).
+        if (p.segment.size() < erwartet + 2) p.segment.resize(erwartet + 2);
+        ziel = p.segment.data();
     }
     if (!d->entpacken) {
         if (n < erwartet) return 3;  // an uncompressed strip shorter than its rows
         if (lies_roh(offset, ziel, erwartet) != 0) return 3;
     } else {
-        roh_.resize(size_t(n));
-        if (lies_roh(offset, roh_.data(), roh_.size()) != 0) return 3;
-        const Auftrag a{roh_.data(), roh_.size(), ziel,          segzeile_, segbreite_, zeilen,
-                        kompression_, optionen_,  &jpegtabellen_, ycbcr_,   bandspp_};
+        p.roh.resize(size_t(n));
+        if (lies_roh(offset, p.roh.data(), p.roh.size()) != 0) return 3;
+        const Auftrag a{p.roh.data(), p.roh.size(), ziel,          segzeile_, segbreite_, zeilen,
+                        kompression_, optionen_,    &jpegtabellen_, ycbcr_,   bandspp_};
         if (!d->entpacken(a)) return 3;
     }
     nachbearbeiten(ziel, zeilen);
@@ -591,9 +597,9 @@ int CTiff::lies_band() {
             const size_t index = (size_t(p) * runter_ + band) * quer_ + c;
             // A strip of one plane is laid out like the band's rows.
             const bool wie_band = !kacheln_ && ebenen_ == 1;
-            const int r = lies_segment(index, wie_band ? band_.data() : nullptr, zeilen);
+            const int r = lies_segment(index, wie_band ? band_.data() : nullptr, zeilen, puffer_);
             if (r != 0) return r;
-            if (!wie_band) platziere(segment_.data(), c, p, int(zeilen), bandzeilen_.data());
+            if (!wie_band) platziere(puffer_.segment.data(), c, p, int(zeilen), bandzeilen_.data());
         }
     }
     bandende_ = zeile_ + int(zeilen);
@@ -606,7 +612,13 @@ int CTiff::eintiff1(unsigned char* row) {
         const int r = lies_band();
         if (r != 0) return r;
     }
-    const unsigned char* src = band_.data() + size_t(uint32_t(zeile_) % seghoehe_) * bandzeile_;
+    wandle(band_.data() + size_t(uint32_t(zeile_) % seghoehe_) * bandzeile_, row);
+    ++zeile_;
+    return 0;
+}
+
+// One band row (bandspp_ samples of bitspersample_ bits a pixel) as an image row.
+void CTiff::wandle(const unsigned char* src, unsigned char* row) const {
     const size_t w = size_t(breite_), spp = size_t(bandspp_), k = size_t(behalten_);
     const int bits = bitspersample_;
     switch (zeilenart_) {
@@ -643,53 +655,170 @@ int CTiff::eintiff1(unsigned char* row) {
         default:
             break;
     }
-    ++zeile_;
-    return 0;
+}
+
+namespace {
+
+// Whether this process may run on a second core.
+bool zweiter_kern() {
+    static const bool ja = [] {
+        cpu_set_t kerne;
+        return sched_getaffinity(0, sizeof kerne, &kerne) == 0 && CPU_COUNT(&kerne) > 1;
+    }();
+    return ja;
+}
+
+// Images of fewer decoded bytes are not worth a second thread.
+constexpr uint64_t kZuZweitAb = uint64_t(4) << 20;
+
+// Runs f on a thread of its own and joins it when done with (also when the
+// caller leaves by an exception); without a thread to be had, f runs here.
+class Nebenher {
+public:
+    template <class F>
+    explicit Nebenher(F f) {
+        try {
+            faden_ = std::thread(f);
+        } catch (const std::exception&) {
+            f();
+        }
+    }
+    ~Nebenher() { warte(); }
+    void warte() {
+        if (faden_.joinable()) faden_.join();
+    }
+
+private:
+    std::thread faden_;
+};
+
+}  // namespace
+
+// Segments 0 .. anzahl-1 (in order of rows, quer_ to a band) into the
+// image, whose rows follow each other in memory. ort(i, &zeilen) names where
+// segment i's rows go straight (null: into a segment buffer) and how many
+// there are; setzen(i, rows) puts decoded rows in place unless they are
+// there already.
+//
+// A fresh image (all zero) of compressed segments is decoded in two halves
+// at once when the machine has a second core: this thread the upper half,
+// a helper the lower. The image must end exactly as one decoder going
+// through the segments in order leaves it: when the upper half fails, the
+// rows the helper filled are cleared again; when the lower half failed on
+// the helper, decoding goes on here from that segment.
+template <class Ort, class Setzen>
+int CTiff::lies_segmente(CBILD* image, bool frisch, size_t anzahl, Ort ort, Setzen setzen) {
+    // Decodes [i, bis) with buffer p; i stops at the first segment that
+    // fails (or throws), whose code goes to *code.
+    const auto lauf = [&](size_t& i, size_t bis, Puffer& p, int* code) {
+        for (; i < bis; ++i) {
+            uint32_t zeilen = 0;
+            unsigned char* ziel = ort(i, &zeilen);
+            *code = lies_segment(i, ziel, zeilen, p);
+            if (*code != 0) return;
+            setzen(i, ziel ? ziel : p.segment.data());
+        }
+    };
+    const auto zeile_von = [&](size_t i) { return std::min<uint64_t>(uint64_t(hoehe_), uint64_t(i / quer_) * seghoehe_); };
+    const size_t mitte = size_t(runter_ / 2) * quer_;
+    const bool zu_zweit = frisch && static_cast<const Dekoder*>(dekoder_)->entpacken && mitte > 0 &&
+                          uint64_t(hoehe_) * uint64_t(breite_) * uint64_t(bpp_) >= kZuZweitAb && zweiter_kern();
+    size_t i = 0;
+    int code = 0;
+    if (!zu_zweit) {
+        lauf(i, anzahl, puffer_, &code);
+    } else {
+        size_t j = mitte;
+        int code2 = 0;
+        {
+            Nebenher neben([&] {
+                try {
+                    lauf(j, anzahl, hilfe_, &code2);
+                } catch (const std::exception&) {
+                    code2 = -1;
+                }
+            });
+            const auto leeren = [&] {
+                neben.warte();
+                const uint64_t von = zeile_von(mitte), bis = std::min(zeile_von(j) + seghoehe_, uint64_t(hoehe_));
+                std::memset(image->zeile[von], 0, size_t(bis - von) * size_t(breite_) * size_t(bpp_));
+            };
+            try {
+                lauf(i, mitte, puffer_, &code);
+            } catch (...) {
+                leeren();
+                throw;
+            }
+            neben.warte();
+            if (i < mitte) leeren();
+        }
+        if (i == mitte) {
+            i = j;
+            lauf(i, anzahl, puffer_, &code);  // from where the helper stopped, if it did
+        }
+    }
+    zeile_ = int(zeile_von(i));
+    return code;
 }
 
 // Chunky strips laid out like the image's rows decode straight into them,
 // with no band in between; uncompressed strips that follow each other in
 // the file come in with one read.
-int CTiff::lies_direkt(CBILD* image) {
+int CTiff::lies_direkt(CBILD* image, bool frisch) {
     const size_t zeile = size_t(breite_) * size_t(bpp_);
     const auto* d = static_cast<const Dekoder*>(dekoder_);
+    const auto zeilen_ab = [this](uint64_t y) { return uint32_t(std::min<uint64_t>(seghoehe_, uint64_t(hoehe_) - y)); };
     if (kacheln_) {
         // Each tile's rows straight into the image rows it covers.
-        for (uint32_t band = 0; band < runter_; ++band) {
-            const uint32_t y = band * seghoehe_;
-            const uint32_t zeilen = uint32_t(std::min<uint64_t>(seghoehe_, uint64_t(hoehe_) - y));
-            for (uint32_t c = 0; c < quer_; ++c) {
-                const int r = lies_segment(size_t(band) * quer_ + c, nullptr, zeilen);
-                if (r != 0) return r;
-                platziere(segment_.data(), c, 0, int(zeilen), image->zeile + y);
-            }
-            zeile_ = int(y + zeilen);
-        }
-        return 0;
+        return lies_segmente(
+            image, frisch, size_t(runter_) * quer_,
+            [&](size_t i, uint32_t* zeilen) -> unsigned char* {
+                *zeilen = zeilen_ab(uint64_t(i / quer_) * seghoehe_);
+                return nullptr;
+            },
+            [&](size_t i, const unsigned char* segment) {
+                const uint32_t y = uint32_t(i / quer_) * seghoehe_;
+                platziere(segment, uint32_t(i % quer_), 0, int(zeilen_ab(y)), image->zeile + y);
+            });
+    }
+    if (zeilenart_ != kKopie) {
+        // Strips whose rows are converted on their way into the image.
+        return lies_segmente(
+            image, frisch, runter_,
+            [&](size_t s, uint32_t* zeilen) -> unsigned char* {
+                *zeilen = zeilen_ab(uint64_t(s) * seghoehe_);
+                return nullptr;
+            },
+            [&](size_t s, const unsigned char* segment) {
+                const uint32_t y = uint32_t(s) * seghoehe_, zeilen = zeilen_ab(y);
+                for (uint32_t r = 0; r < zeilen; ++r) wandle(segment + size_t(r) * segzeile_, image->zeile[y + r]);
+            });
+    }
+    if (d->entpacken) {
+        return lies_segmente(
+            image, frisch, runter_,
+            [&](size_t s, uint32_t* zeilen) {
+                *zeilen = zeilen_ab(uint64_t(s) * seghoehe_);
+                return image->zeile[s * seghoehe_];
+            },
+            [](size_t, const unsigned char*) {});
     }
     for (uint32_t s = 0; s < runter_;) {
+        // Strips whose bytes follow each other: one read for all of them.
         const uint32_t y = s * seghoehe_;
-        uint32_t zeilen = uint32_t(std::min<uint64_t>(seghoehe_, uint64_t(hoehe_) - y));
-        unsigned char* ziel = image->zeile[y];
-        if (d->entpacken) {
-            const int r = lies_segment(s, ziel, zeilen);
-            if (r != 0) return r;
-            ++s;
-        } else {
-            // Strips whose bytes follow each other: one read for all of them.
-            uint32_t e = s + 1;
-            uint64_t ende = segoffset_[s] + uint64_t(zeilen) * zeile;
-            if (seglaenge_[s] < uint64_t(zeilen) * zeile) return 3;
-            for (; e < runter_ && segoffset_[e] == ende; ++e) {
-                const uint32_t z = uint32_t(std::min<uint64_t>(seghoehe_, uint64_t(hoehe_) - uint64_t(e) * seghoehe_));
-                if (seglaenge_[e] < uint64_t(z) * zeile) break;
-                zeilen += z;
-                ende += uint64_t(z) * zeile;
-            }
-            if (lies_roh(segoffset_[s], ziel, size_t(zeilen) * zeile) != 0) return 3;
-            nachbearbeiten(ziel, zeilen);
-            s = e;
+        uint32_t zeilen = zeilen_ab(y);
+        uint32_t e = s + 1;
+        uint64_t ende = segoffset_[s] + uint64_t(zeilen) * zeile;
+        if (seglaenge_[s] < uint64_t(zeilen) * zeile) return 3;
+        for (; e < runter_ && segoffset_[e] == ende; ++e) {
+            const uint32_t z = zeilen_ab(uint64_t(e) * seghoehe_);
+            if (seglaenge_[e] < uint64_t(z) * zeile) break;
+            zeilen += z;
+            ende += uint64_t(z) * zeile;
         }
+        if (lies_roh(segoffset_[s], image->zeile[y], size_t(zeilen) * zeile) != 0) return 3;
+        nachbearbeiten(image->zeile[y], zeilen);
+        s = e;
         zeile_ = int(y + zeilen);
     }
     return 0;
@@ -699,8 +828,8 @@ int CTiff::eintiff2() {
     const bool ok = datei_.schliessen();
     band_ = {};
     bandzeilen_ = {};
-    segment_ = {};
-    roh_ = {};
+    puffer_ = {};
+    hilfe_ = {};
     segoffset_ = {};
     seglaenge_ = {};
     jpegtabellen_ = {};
@@ -711,6 +840,9 @@ int CTiff::lesen(const wchar_t* name, CBILD* image) {
     if (!name || !*name) return 1;
     int result = eintiff0(name);
     if (result == 0) {
+        // Storage of another size is fresh, all zero; the same size keeps
+        // the earlier image's rows.
+        const bool frisch = image->breite != breite_ || image->hoehe != hoehe_ || image->bpp != bpp_;
         image->speicher(breite_, hoehe_, bpp_);
         image->flag = flag_;
         image->farbe32 = farbe32_;
@@ -719,11 +851,11 @@ int CTiff::lesen(const wchar_t* name, CBILD* image) {
             std::copy(palette_.begin(), palette_.end(), image->palette);
         }
         // The image's own rows follow each other in memory.
-        bool folgend = (direkt_ || (kacheln_ && ebenen_ == 1 && zeilenart_ == kKopie)) && image->puffer;
+        bool folgend = ebenen_ == 1 && (!kacheln_ || zeilenart_ == kKopie) && image->puffer;
         const size_t zeile = size_t(breite_) * size_t(bpp_);
         for (int y = 0; folgend && y < hoehe_; ++y) folgend = image->zeile[y] == image->puffer + size_t(y) * zeile;
         if (folgend) {
-            result = lies_direkt(image);
+            result = lies_direkt(image, frisch);
         } else {
             for (int y = 0; y < hoehe_ && result == 0; ++y) result = eintiff1(image->zeile[y]);
         }

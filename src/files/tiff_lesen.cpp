@@ -12,6 +12,7 @@
 #include <climits>
 #include <cstring>
 #include <exception>
+#include <mutex>
 #include <thread>
 
 #include "app/dateiname.h"
@@ -695,69 +696,88 @@ private:
 }  // namespace
 
 // Segments 0 .. anzahl-1 (in order of rows, quer_ to a band) into the
-// image, whose rows follow each other in memory. ort(i, &zeilen) names where
-// segment i's rows go straight (null: into a segment buffer) and how many
-// there are; setzen(i, rows) puts decoded rows in place unless they are
-// there already.
+// image. ort(i, &zeilen) names where segment i's rows go straight (null:
+// into a segment buffer) and how many there are; setzen(i, rows) puts
+// decoded rows in place unless they are there already.
 //
-// A fresh image (all zero) of compressed segments is decoded in two halves
-// at once when the machine has a second core: this thread the upper half,
-// a helper the lower. The image must end exactly as one decoder going
-// through the segments in order leaves it: when the upper half fails, the
-// rows the helper filled are cleared again; when the lower half failed on
-// the helper, decoding goes on here from that segment.
+// A fresh image (all zero) of compressed segments is decoded from both ends
+// at once when the machine has a second core: this thread takes segments
+// from the top, a helper from the bottom, until they meet, so neither waits
+// for the other however late the helper starts. The image must end exactly
+// as one decoder going through the segments in order leaves it: up to the
+// first segment that fails, and nothing after it, so what the helper
+// decoded below that segment is cleared again. A segment the helper could
+// not decode for want of memory is decoded again here, and on from it.
 template <class Ort, class Setzen>
 int CTiff::lies_segmente(CBILD* image, bool frisch, size_t anzahl, Ort ort, Setzen setzen) {
-    // Decodes [i, bis) with buffer p; i stops at the first segment that
-    // fails (or throws), whose code goes to *code.
-    const auto lauf = [&](size_t& i, size_t bis, Puffer& p, int* code) {
-        for (; i < bis; ++i) {
-            uint32_t zeilen = 0;
-            unsigned char* ziel = ort(i, &zeilen);
-            *code = lies_segment(i, ziel, zeilen, p);
-            if (*code != 0) return;
-            setzen(i, ziel ? ziel : p.segment.data());
-        }
+    const auto eins = [&](size_t i, Puffer& p) {
+        uint32_t zeilen = 0;
+        unsigned char* ziel = ort(i, &zeilen);
+        const int r = lies_segment(i, ziel, zeilen, p);
+        if (r == 0) setzen(i, ziel ? ziel : p.segment.data());
+        return r;
     };
     const auto zeile_von = [&](size_t i) { return std::min<uint64_t>(uint64_t(hoehe_), uint64_t(i / quer_) * seghoehe_); };
-    const size_t mitte = size_t(runter_ / 2) * quer_;
-    const bool zu_zweit = frisch && static_cast<const Dekoder*>(dekoder_)->entpacken && mitte > 0 &&
+    const auto leeren = [&](size_t i) {
+        const size_t x0 = size_t(i % quer_) * segbreite_, n = std::min<size_t>(segbreite_, size_t(breite_) - x0);
+        const uint64_t bis = std::min<uint64_t>(zeile_von(i) + seghoehe_, uint64_t(hoehe_));
+        for (uint64_t y = zeile_von(i); y < bis; ++y) std::memset(image->zeile[y] + x0 * size_t(bpp_), 0, n * size_t(bpp_));
+    };
+    size_t fehler = anzahl;  // the first segment that failed
+    int code = 0;            // its result; -1: it threw on the helper
+    const bool zu_zweit = frisch && static_cast<const Dekoder*>(dekoder_)->entpacken && anzahl > 1 &&
                           uint64_t(hoehe_) * uint64_t(breite_) * uint64_t(bpp_) >= kZuZweitAb && zweiter_kern();
-    size_t i = 0;
-    int code = 0;
     if (!zu_zweit) {
-        lauf(i, anzahl, puffer_, &code);
+        for (size_t i = 0; i < anzahl && code == 0; ++i)
+            if ((code = eins(i, puffer_)) != 0) fehler = i;
     } else {
-        size_t j = mitte;
-        int code2 = 0;
+        std::mutex m;
+        size_t oben = 0, unten = anzahl;  // this thread's next segment; the helper's last
+        const auto melde = [&](size_t i, int r) {
+            std::lock_guard<std::mutex> l(m);
+            if (i < fehler) fehler = i, code = r;
+        };
+        const auto nimm = [&](bool von_oben, size_t* i) {
+            std::lock_guard<std::mutex> l(m);
+            if (oben >= unten || (von_oben ? oben : unten - 1) >= fehler) return false;
+            *i = von_oben ? oben++ : --unten;
+            return true;
+        };
         {
             Nebenher neben([&] {
-                try {
-                    lauf(j, anzahl, hilfe_, &code2);
-                } catch (const std::exception&) {
-                    code2 = -1;
+                size_t i = 0;
+                while (nimm(false, &i)) {
+                    int r = -1;
+                    try {
+                        r = eins(i, hilfe_);
+                    } catch (const std::exception&) {
+                    }
+                    if (r != 0) return melde(i, r);
                 }
             });
-            const auto leeren = [&] {
-                neben.warte();
-                const uint64_t von = zeile_von(mitte), bis = std::min(zeile_von(j) + seghoehe_, uint64_t(hoehe_));
-                std::memset(image->zeile[von], 0, size_t(bis - von) * size_t(breite_) * size_t(bpp_));
-            };
+            size_t i = 0;
             try {
-                lauf(i, mitte, puffer_, &code);
+                while (nimm(true, &i))
+                    if (const int r = eins(i, puffer_)) {
+                        melde(i, r);
+                        break;
+                    }
             } catch (...) {
-                leeren();
+                melde(i, -1);  // the helper stops; the exception goes on from here
+                neben.warte();
+                for (size_t k = std::max(i + 1, unten); k < anzahl; ++k) leeren(k);
                 throw;
             }
-            neben.warte();
-            if (i < mitte) leeren();
         }
-        if (i == mitte) {
-            i = j;
-            lauf(i, anzahl, puffer_, &code);  // from where the helper stopped, if it did
+        for (size_t k = std::max(fehler + 1, unten); k < anzahl; ++k) leeren(k);
+        if (code < 0) {
+            code = 0;
+            for (size_t i = fehler; i < anzahl && code == 0; ++i)
+                if ((code = eins(i, puffer_)) != 0) fehler = i;
+            if (code == 0) fehler = anzahl;
         }
     }
-    zeile_ = int(zeile_von(i));
+    zeile_ = int(zeile_von(fehler));
     return code;
 }
 

@@ -717,22 +717,21 @@ int CTiff::lies_segmente(CBILD* image, bool frisch, size_t anzahl, Ort ort, Setz
         if (r == 0) setzen(i, ziel ? ziel : p.segment.data());
         return r;
     };
-    const auto zeile_von = [&](size_t i) { return std::min<uint64_t>(uint64_t(hoehe_), uint64_t(i / quer_) * seghoehe_); };
+    // Segment i's pixels back to zero, as fresh storage was.
     const auto leeren = [&](size_t i) {
         const size_t x0 = size_t(i % quer_) * segbreite_, n = std::min<size_t>(segbreite_, size_t(breite_) - x0);
-        const uint64_t bis = std::min<uint64_t>(zeile_von(i) + seghoehe_, uint64_t(hoehe_));
-        for (uint64_t y = zeile_von(i); y < bis; ++y) std::memset(image->zeile[y] + x0 * size_t(bpp_), 0, n * size_t(bpp_));
+        const uint64_t y0 = uint64_t(i / quer_) * seghoehe_, bis = std::min<uint64_t>(y0 + seghoehe_, uint64_t(hoehe_));
+        for (uint64_t y = y0; y < bis; ++y) std::memset(image->zeile[y] + x0 * size_t(bpp_), 0, n * size_t(bpp_));
     };
-    size_t fehler = anzahl;  // the first segment that failed
-    int code = 0;            // its result; -1: it threw on the helper
+    int code = 0;
     const bool zu_zweit = frisch && static_cast<const Dekoder*>(dekoder_)->entpacken && anzahl > 1 &&
                           uint64_t(hoehe_) * uint64_t(breite_) * uint64_t(bpp_) >= kZuZweitAb && zweiter_kern();
     if (!zu_zweit) {
-        for (size_t i = 0; i < anzahl && code == 0; ++i)
-            if ((code = eins(i, puffer_)) != 0) fehler = i;
+        for (size_t i = 0; i < anzahl && code == 0; ++i) code = eins(i, puffer_);
     } else {
         std::mutex m;
         size_t oben = 0, unten = anzahl;  // this thread's next segment; the helper's last
+        size_t fehler = anzahl;           // the first segment that failed; code: its result, -1 when it threw
         const auto melde = [&](size_t i, int r) {
             std::lock_guard<std::mutex> l(m);
             if (i < fehler) fehler = i, code = r;
@@ -772,12 +771,9 @@ int CTiff::lies_segmente(CBILD* image, bool frisch, size_t anzahl, Ort ort, Setz
         for (size_t k = std::max(fehler + 1, unten); k < anzahl; ++k) leeren(k);
         if (code < 0) {
             code = 0;
-            for (size_t i = fehler; i < anzahl && code == 0; ++i)
-                if ((code = eins(i, puffer_)) != 0) fehler = i;
-            if (code == 0) fehler = anzahl;
+            for (size_t i = fehler; i < anzahl && code == 0; ++i) code = eins(i, puffer_);
         }
     }
-    zeile_ = int(zeile_von(fehler));
     return code;
 }
 
@@ -839,7 +835,6 @@ int CTiff::lies_direkt(CBILD* image, bool frisch) {
         if (lies_roh(segoffset_[s], image->zeile[y], size_t(zeilen) * zeile) != 0) return 3;
         nachbearbeiten(image->zeile[y], zeilen);
         s = e;
-        zeile_ = int(y + zeilen);
     }
     return 0;
 }

@@ -1,12 +1,14 @@
 // Builders of image file bytes from a few parameters (BMP, TIFF in either byte
-// order, classic or BigTIFF, raw) and TIFF's LZW as encoders write it, shared
-// by the tests and the fuzz seed generator (no test framework in here).
+// order, classic or BigTIFF, raw), TIFF's LZW as encoders write it and Deflate
+// streams bit by bit, shared by the tests and the fuzz seed generator (no test
+// framework in here).
 #pragma once
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
 #include <map>
+#include <utility>
 #include <vector>
 
 using Bytes = std::vector<unsigned char>;
@@ -100,6 +102,61 @@ inline Bytes lzw(const Bytes& d) {
     if (nacc) out.push_back(uint8_t(acc << (8 - nacc)));
     return out;
 }
+
+// Deflate bits after a zlib header (values lowest bit first, codes top bit first), and the bytes they stand for.
+struct Bits {
+    Bytes b, aus;
+    uint64_t acc = 0;
+    int n = 0;
+    explicit Bits(Bytes kopf = {0x78, 0x01}) : b(std::move(kopf)) {}
+
+    Bits& wert(uint32_t v, int k) {
+        for (acc |= uint64_t(v) << n, n += k; n >= 8; n -= 8, acc >>= 8) b.push_back(uint8_t(acc));
+        return *this;
+    }
+    Bits& code(uint32_t c, int k) { return k ? wert(c >> (k - 1) & 1, 1).code(c, k - 1) : *this; }
+    Bytes fertig() const {
+        Bytes r = b;
+        if (n) r.push_back(uint8_t(acc));
+        return r;
+    }
+    Bits& gespeichert(bool letzter, const Bytes& d, uint32_t nlen_fehler = 0) {
+        wert(letzter, 3).wert(0, (8 - n) % 8).wert(uint32_t(d.size()), 16);
+        wert((~uint32_t(d.size()) ^ nlen_fehler) & 0xFFFF, 16);
+        for (unsigned char c : d) wert(c, 8), aus.push_back(c);
+        return *this;
+    }
+    Bits& fest(bool letzter) { return wert(letzter | 2, 3); }
+    Bits& sym(int s) {  // a fixed literal/length code
+        return s < 144 ? code(0x30 + s, 8) : s < 256 ? code(0x190 + s - 144, 9)
+                                           : s < 280 ? code(s - 256, 7) : code(0xC0 + s - 280, 8);
+    }
+    Bits& lit(int c) { return aus.push_back(uint8_t(c)), sym(c); }
+    Bits& mit(const Bytes& d) { return aus.insert(aus.end(), d.begin(), d.end()), *this; }
+    Bits& ende() { return sym(256); }
+    // Length and distance codes with extra bits; the bytes they stand for when the distance reaches back.
+    Bits& match(int len, int ab) {
+        int s = 28, x = 0, basis = 258, d = 0, dx = 0, dbasis = 1;
+        for (int t = 0; t < 28 && len < 258; ++t) {
+            const int xt = t < 8 ? 0 : (t - 4) / 4, bt = t < 8 ? 3 + t : ((4 + (t & 3)) << xt) + 3;
+            if (bt <= len) s = t, x = xt, basis = bt;
+        }
+        for (int t = 0; t < 30; ++t) {
+            const int xt = t < 4 ? 0 : t / 2 - 1, bt = t < 4 ? t + 1 : ((2 + (t & 1)) << xt) + 1;
+            if (bt <= ab) d = t, dx = xt, dbasis = bt;
+        }
+        sym(257 + s).wert(uint32_t(len - basis), x).code(uint32_t(d), 5).wert(uint32_t(ab - dbasis), dx);
+        for (int i = 0; i < len && size_t(ab) <= aus.size(); ++i) aus.push_back(aus[aus.size() - size_t(ab)]);
+        return *this;
+    }
+    // A dynamic block whose code-length code gives all 19 symbols 5 bits: the lengths as (symbol, repeat bits).
+    Bits& dynamisch(int nl, int na, std::initializer_list<std::pair<int, int>> folge) {
+        wert(5, 3).wert(uint32_t(nl - 257), 5).wert(uint32_t(na - 1), 5).wert(15, 4);
+        for (int i = 0; i < 19; ++i) wert(5, 3);
+        for (auto [s, x] : folge) code(uint32_t(s), 5).wert(uint32_t(x), s == 16 ? 2 : s == 17 ? 3 : s == 18 ? 7 : 0);
+        return *this;
+    }
+};
 
 // TIFF with any tags and the given strips or tiles; offsets and byte counts
 // of the segments are added unless a test sets them.

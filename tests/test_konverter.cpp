@@ -25,25 +25,14 @@ Bytes bmp(int bits, int breite, int hoehe, uint8_t wert) {
     return b.bau(std::vector<Bytes>(size_t(hoehe), Bytes(size_t(b.stride()), wert)));
 }
 
-// A zlib stream of n zero bytes: one literal, then matches of 258 at distance 1 in a fixed-Huffman block
-// (13 bits per 258 bytes). Huffman codes go most significant bit first, other fields least first.
+// A zlib stream of n >= 1 zero bytes: a literal, then matches of 258 at distance 1 (no checksum checked).
 Bytes nullen_zlib(size_t n) {
-    Bytes b = {0x78, 0x01};
-    uint32_t acc = 0;
-    int voll = 0;
-    auto bits = [&](uint32_t v, int k, bool huffman = false) {
-        for (int i = 0; i < k; ++i, ++voll) {
-            acc |= ((v >> (huffman ? k - 1 - i : i)) & 1u) << voll;
-            if (voll == 7) b.push_back(uint8_t(acc)), acc = 0, voll = -1;
-        }
-    };
-    bits(3, 3);  // final block, fixed codes
-    if (n) bits(0x30, 8, true), --n;                             // literal 0
-    for (; n >= 258; n -= 258) bits(0xC5, 8, true), bits(0, 5);  // length 258, distance 1
-    for (; n; --n) bits(0x30, 8, true);
-    bits(0, 7);  // end of block
-    if (voll) b.push_back(uint8_t(acc));
-    return b.insert(b.end(), 4, 0), b;  // the checksum is not checked
+    Bits z;
+    z.fest(true).sym(0);
+    for (--n; n >= 258; n -= 258) z.match(258, 1);
+    for (; n; --n) z.sym(0);
+    Bytes b = z.ende().fertig();
+    return b.insert(b.end(), 4, 0), b;
 }
 
 struct Lauf {

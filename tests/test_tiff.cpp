@@ -107,7 +107,12 @@ TEST_F(Tiff, LayoutMatrixByteOrderBigTiffPlanarTilesPredictorLzw) {
                 std::memcpy(&v, bild.zeile[i / (37 * spp)] + (i % (37 * spp)) * bits / 8, size_t(bits / 8));
                 ok = ok && v == probe(i / spp % 37, i / (37 * spp), i % spp, bits);
             }
-            EXPECT_TRUE(ok) << spp << "x" << bits << " layout " << k;
+            // Row by row the same rows, and none after the last.
+            CTiff t;
+            Bytes z(size_t(37 * bild.bpp));
+            ok = ok && t.eintiff0(wpfad("t.tif").c_str()) == 0;
+            for (int y = 0; y < 23; ++y) ok = ok && t.eintiff1(z.data()) == 0 && z == zeile_von(bild, y);
+            EXPECT_TRUE(ok && t.eintiff1(z.data()) == 3 && t.eintiff2() == 0) << spp << "x" << bits << " layout " << k;
         }
 }
 

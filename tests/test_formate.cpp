@@ -154,11 +154,8 @@ TEST_F(Formate, LoaderCodesOwnershipAndErrorCatalogue) {
                  E_RAM_FILE_LOADER_READ_FILE, 0, E_RAM_FILE_LOADER_FILE_LOADED}));  // an empty file's buffer is kept
     std::vector<unsigned char> eigen(16);  // a caller's buffer is used, never released
     EXPECT_TRUE(c.loadFile(pfad("zehn").c_str(), 16, eigen.data()) == 0 && c.getData() == eigen.data() && eigen[0] == 7);
-    size_t n = 0;  // no code twice in the catalogue, none unknown found
-    EXPECT_EQ(Utils::errorName(12345), nullptr);
-    const Utils::Fehlereintrag* k = Utils::fehlerkatalog(&n);
-    for (size_t i = 0; i < n; ++i)
-        for (size_t j = i + 1; j < n; ++j) EXPECT_NE(k[i].code, k[j].code) << k[i].name;
+    EXPECT_TRUE(Utils::errorName(E_RAM_FILE_LOADER_READ_FILE) == std::string("E_RAM_FILE_LOADER_READ_FILE") &&
+                Utils::errorName(12345) == nullptr);
 }
 
 TEST_F(Formate, BmpReaderCases) {

@@ -28,8 +28,7 @@ Bytes bmp(int bits, int breite, int hoehe, uint8_t wert) {
 // A zlib stream of n >= 1 zero bytes: a literal, then matches of 258 at distance 1 (no checksum checked).
 Bytes nullen_zlib(size_t n) {
     Bits z;
-    z.fest(true).sym(0);
-    for (--n; n >= 258; n -= 258) z.match(258, 1);
+    for (z.fest(true).sym(0), --n; n >= 258; n -= 258) z.match(258, 1);
     for (; n; --n) z.sym(0);
     Bytes b = z.ende().fertig();
     return b.insert(b.end(), 4, 0), b;

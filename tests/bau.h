@@ -15,7 +15,7 @@ using Bytes = std::vector<unsigned char>;
 
 inline void put16(Bytes& b, size_t at, uint32_t v) { b[at] = uint8_t(v), b[at + 1] = uint8_t(v >> 8); }
 inline void put32(Bytes& b, size_t at, uint32_t v) {
-    for (int i = 0; i < 4; ++i) b[at + size_t(i)] = uint8_t(v >> (8 * i));
+    for (int i = 0; i < 4; ++i) b.at(at + size_t(i)) = uint8_t(v >> (8 * i));
 }
 // `b` with the n bytes at `at` (1, 2 or 4) set to v.
 inline Bytes mit(Bytes b, size_t at, uint32_t v, int n = 4) { return n == 4 ? put32(b, at, v) : n == 2 ? put16(b, at, v) : void(b[at] = uint8_t(v)), b; }

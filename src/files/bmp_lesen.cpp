@@ -276,8 +276,7 @@ int CBmp::einbmp2() {
 }
 
 int CBmp::lesen(const wchar_t* name, CBILD* image) {
-    if (!name || !*name) return 1;
-    int result = einbmp0(name);
+    int result = einbmp0(name);  // 1 for a null or empty name
     if (result != 0) return result;
 
     const bool topdown = hoehe < 0;

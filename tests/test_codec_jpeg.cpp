@@ -105,7 +105,8 @@ TEST(Jpeg, HandgebauteStroeme) {
         {"12-bit", 0, [](Bytes& s) { s[marke(s, 0xC0) + 4] = 12; }, 12, 0},
         {"two components", 0, [](Bytes& s) { s[marke(s, 0xC0) + 9] = 2; }, 12, 0},
         {"EOI where SOI is due", 0, [](Bytes& s) { s[1] = 0xD9; }, 3, 0},
-        {"a second frame header", 0, [](Bytes& s) { const auto i = s.begin() + long(marke(s, 0xC0)); const Bytes sof(i, i + 13); s.insert(i, sof.begin(), sof.end()); }, 3, 0},
+        {"a second frame header", 0,
+         [](Bytes& s) { s.insert(s.begin() + 2, {0xFF, 0xC0, 0, 11, 8, 0, 37, 0, 61, 1, 1, 0x11, 1}); }, 3, 0},
         {"an APP0 segment of length 1", 0, [](Bytes& s) { s.insert(s.begin() + 2, {0xFF, 0xE0, 0, 1}); }, 3, 0},
         {"a DC size of 12", 0, [](Bytes& s) { std::fill(s.begin() + long(marke(s, 0xDA) + 10), s.end(), 0); }, 3, 0},
         {"restart marker missing", 8, [](Bytes& s) { s.erase(s.begin() + long(marke(s, 0xD1)), s.end() - 2); }, 3, 16},
@@ -135,7 +136,8 @@ TEST(Jpeg, HandgebauteStroeme) {
     const Ergebnis e = entpacke(kurz, 61, 37, 1);
     EXPECT_TRUE(e.code == 3 && e.fertig == 24 && entpacke(kurz, 61, 24, 1).code == 0);
     EXPECT_EQ(Bytes(e.pixel.begin(), e.pixel.begin() + 61 * 24), flach(61, 24, 8, 1));
-    JpegBau farbe{21, 17};  // three components as stored, no YCbCr conversion; then a scan naming a third the frame lacks
+    // Three components as stored, no YCbCr conversion; then a scan naming a third the frame lacks.
+    JpegBau farbe{21, 17};
     farbe.komponenten = 3;
     Bytes f = farbe.bau();
     EXPECT_EQ(entpacke(f, 21, 17, 3, {}, false).pixel, flach(21, 17, 3, 3));

@@ -170,13 +170,12 @@ TEST_F(Tiff, DepthsMappingsAndSampleKinds) {
     }
 }
 
-// A big image is decoded by two threads where there is a second core; it
-// must end exactly as one decoder going through the strips in order leaves
-// it: whole, or the rows before the bad strip and nothing after (zero in
-// fresh storage, the earlier image's rows in reused storage).
+// A big image is decoded by two threads where there is a second core, and ends exactly as one decoder in
+// order leaves it: whole, or the rows before the bad strip and nothing after (zero in fresh storage, the
+// earlier image's rows in reused storage).
 TEST_F(Tiff, BigImagesEndAsOneDecoderInOrderLeavesThem) {
     const uint32_t W = 1024, H = 4160, R = 1, S = H / R;  // 4160 PackBits strips, 4 MiB and more
-    const auto wert = [](uint32_t i, int v) { return uint8_t(i / W * 7 + i % W / 3 + uint32_t(v)); };  // byte i of the image
+    const auto wert = [](uint32_t i, int v) { return uint8_t(v < 0 ? 0 : i / W * 7 + i % W / 3 + uint32_t(v)); };
     const auto datei = [&](int v, uint32_t kaputt) {
         TiffBau t = TiffBau::bild(W, H, 8, 1, 1, {});
         t.feld(259, 3, {32773}), t.feld(278, 3, {R}), t.segmente.assign(S, {});
@@ -188,17 +187,15 @@ TEST_F(Tiff, BigImagesEndAsOneDecoderInOrderLeavesThem) {
         }
         return t.bau();
     };
-    // Image bytes before `bis` hold version 0, from `ab` version `rest` (-1: zero).
+    // Image bytes (i) before `bis` hold version 0, from `ab` version `rest` (-1: zero).
     const auto pruefe = [&](const CBILD& b, uint32_t bis, uint32_t ab, int rest) {
         for (uint32_t i = 0; i < W * H; ++i)
-            if ((i < bis || i >= ab) && b.puffer[i] != (i < bis ? wert(i, 0) : rest < 0 ? 0 : wert(i, rest))) return false;
+            if ((i < bis || i >= ab) && b.puffer[i] != wert(i, i < bis ? 0 : rest)) return false;
         return true;
     };
     CBILD b(0, 0);
     EXPECT_TRUE(lies(datei(0, S), b, "t.tif") == 0 && pruefe(b, W * H, W * H, 0));
-    // Near the top; and the one before the last, which the helper meets second
-    // while this thread is still far above.
-    for (uint32_t k : {5u, S - 2}) {
+    for (uint32_t k : {5u, S - 2}) {  // near the top; next to last, met by the helper while this thread is far above
         CBILD frisch(0, 0), alt(0, 0);
         EXPECT_TRUE(lies(datei(0, k), frisch, "t.tif") == 3 && pruefe(frisch, k * R * W, (k + 1) * R * W, -1)) << k;
         ASSERT_EQ(lies(datei(1, S), alt, "t.tif"), 0);

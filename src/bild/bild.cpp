@@ -36,13 +36,17 @@ unsigned char** neue_tabelle(int64_t zeilen) {
 // boundary and ask for huge pages: the kernel hands them out zeroed and only
 // when touched, so a fresh 144 MB image costs about 70 page faults instead of
 // 35000, and a hostile header's reservation costs nothing until rows come.
-// Smaller buffers come from the heap, aligned to a cache line, and are
-// cleared here.
-constexpr size_t kGrosseSeite = size_t(2) << 20;
+// A tail of less than half a huge page ends the mapping on a small page:
+// the kernel then clears only the small pages the tail touches, not a whole
+// huge page for it. Smaller buffers come from the heap, aligned to a cache
+// line, and are cleared here.
+constexpr size_t kGrosseSeite = size_t(2) << 20, kSeite = size_t(4) << 10;
 constexpr size_t kZeilenAusrichtung = 64;
 
 size_t gemappt(size_t groesse) {
-    return groesse >= kGrosseSeite ? (groesse + kGrosseSeite - 1) / kGrosseSeite * kGrosseSeite : 0;
+    if (groesse < kGrosseSeite) return 0;
+    const size_t einheit = groesse % kGrosseSeite >= kGrosseSeite / 2 ? kGrosseSeite : kSeite;
+    return (groesse + einheit - 1) / einheit * einheit;
 }
 
 unsigned char* neuer_puffer(size_t groesse) {

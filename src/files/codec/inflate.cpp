@@ -462,28 +462,13 @@ private:
             if (e & kLit) {
                 // Four first-level literals take at most 44 bits, which leaves
                 // 20 for the lookup after them.
-                b >>= e & 63;
-                a -= e & 63;
-                *o++ = uint8_t(e >> 16);
-                e = lt[b & kLMaske];
-                if (e & kLit) {
+                int k = 0;
+                do {
                     b >>= e & 63;
                     a -= e & 63;
                     *o++ = uint8_t(e >> 16);
                     e = lt[b & kLMaske];
-                    if (e & kLit) {
-                        b >>= e & 63;
-                        a -= e & 63;
-                        *o++ = uint8_t(e >> 16);
-                        e = lt[b & kLMaske];
-                        if (e & kLit) {
-                            b >>= e & 63;
-                            a -= e & 63;
-                            *o++ = uint8_t(e >> 16);
-                            e = lt[b & kLMaske];
-                        }
-                    }
-                }
+                } while (++k < 4 && (e & kLit));
                 nachfuellen();
                 continue;
             }
